@@ -1,0 +1,52 @@
+# Thin wrapper around CMake. `make test` and `make demo` do all the set-up on
+# a fresh Debian 12 machine (scripts/bootstrap.sh installs what is missing).
+
+BUILD       ?= build
+CHECK_BUILD ?= build-check
+BENCH_BUILD ?= build-bench
+PREFIX      ?= /usr/local
+JOBS        ?= $(shell nproc)
+
+SANITIZE := -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=all
+SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
+            UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
+
+.PHONY: all bootstrap build test check bench demo install clean
+
+all: build
+
+bootstrap:
+	@scripts/bootstrap.sh
+
+$(BUILD)/CMakeCache.txt: | bootstrap
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: bootstrap $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+check: bootstrap
+	cmake -S . -B $(CHECK_BUILD) -DCMAKE_BUILD_TYPE=Debug -DRKSIGNAL_BENCH=OFF \
+	  "-DCMAKE_CXX_FLAGS=$(SANITIZE)" "-DCMAKE_EXE_LINKER_FLAGS=$(SANITIZE)" \
+	  "-DCMAKE_SHARED_LINKER_FLAGS=$(SANITIZE)"
+	cmake --build $(CHECK_BUILD) -j $(JOBS)
+	cd $(CHECK_BUILD) && $(SAN_ENV) ctest --output-on-failure -j $(JOBS)
+
+bench: bootstrap
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DRKSIGNAL_TESTS=OFF
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target run_benchmarks
+	@for b in $(BENCH_BUILD)/bench/bench_*; do \
+	  [ -x "$$b" ] && [ -f "$$b" ] || continue; \
+	  echo "== $$b"; "$$b" $(BENCH_ARGS) || exit 1; \
+	done
+
+demo: build
+	$(BUILD)/examples/shared_memory_demo
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+clean:
+	rm -rf $(BUILD) $(CHECK_BUILD) $(BENCH_BUILD)

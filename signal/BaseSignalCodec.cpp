@@ -1,0 +1,228 @@
+// The bit-field codec of BaseSignal: derived bit positions, extraction,
+// scaling, and the locked value operations of the per-message path.
+//
+// Everything here runs for every received message: no allocation, and debug
+// formatting only behind one test of the debug level.
+#include "signal/BaseSignal.h"
+
+#include "signal/MessageLine.h"
+
+#include <cstring>
+#include <iomanip>
+
+namespace {
+
+constexpr int payloadBytes = 8;
+
+// Byte `index` of the little-endian payload word; bytes outside the first
+// eight read as zero, so a definition that points elsewhere never reaches
+// beyond the payload.
+inline uint64_t payloadByte(uint64_t payload, int index)
+{
+    return (index >= 0 && index < payloadBytes) ? (payload >> (8 * index)) & 0xffu : 0u;
+}
+
+} // namespace
+
+void BaseSignal::cInit()
+{
+    const unsigned bits = def.bits;
+    unsigned lsb = def.startbit;
+    if (def.endian) {
+        // Big endian: startbit is the most significant bit; walk the field in
+        // a byte-wise most-significant-first numbering to find its lsb.
+        const unsigned m = (def.startbit & ~7u) + 7u - (def.startbit & 7u);
+        const unsigned p = m + bits - 1u;
+        lsb = (p & ~7u) + 7u - (p & 7u);
+    }
+    d_lsbBit = static_cast<uint8_t>(lsb);
+    d_startByte = d_lsbBit / 8;
+    d_shift = d_lsbBit % 8;
+    // (bits - 1) may be -1 for a zero width; the division truncates toward zero.
+    d_bytes = static_cast<uint8_t>((int(d_lsbBit) + int(bits) - 1) / 8 - int(d_startByte) + 1);
+    d_maksBits = bits >= 64 ? ~uint64_t(0) : (uint64_t(1) << bits) - 1u;
+    d_signBit = uint64_t(1) << ((bits + 63u) % 64u);
+
+    uint8_t buffer[payloadBytes] = {};
+    uint64_t w = d_maksBits << d_shift;
+    const int step = def.endian ? -1 : 1;
+    for (int n = 0, index = d_startByte; n < d_bytes && w != 0; ++n, index += step, w >>= 8)
+        if (index >= 0 && index < payloadBytes)
+            buffer[index] = static_cast<uint8_t>(w);
+    d_rawMask = 0;
+    for (int i = payloadBytes - 1; i >= 0; --i)
+        d_rawMask = (d_rawMask << 8) | buffer[i];
+
+    if (debug)
+        MessageLine::debug("BaseSignal", "cInit", def.instance, ":d_lsbBit=", std::dec, unsigned(d_lsbBit),
+                           ",d_startByte=", unsigned(d_startByte), ",d_bytes=", unsigned(d_bytes),
+                           ",d_shift=", unsigned(d_shift), std::hex, ",d_maksBits=", d_maksBits,
+                           ",d_signBit=", d_signBit, ",d_rawMask=", std::setfill('0'), std::setw(16), d_rawMask,
+                           std::dec, std::setfill(' '));
+}
+
+void BaseSignal::decode(unsigned long payload)
+{
+    uint64_t item = 0;
+    if (d_bytes != 0) {
+        uint64_t acc = 0;
+        if (def.endian) {
+            // The lowest-numbered byte is the most significant.
+            for (int i = int(d_startByte) - (int(d_bytes) - 1); i <= int(d_startByte); ++i)
+                acc = (acc << 8) | payloadByte(payload, i);
+        } else {
+            // The highest-numbered byte is the most significant.
+            for (int i = int(d_startByte) + int(d_bytes) - 1; i >= int(d_startByte); --i)
+                acc = (acc << 8) | payloadByte(payload, i);
+        }
+        item = (acc >> d_shift) & d_maksBits;
+        if (def.type == SIGNAL_SIGNED && (item & d_signBit) != 0)
+            item = (acc >> d_shift) | ~d_maksBits;
+    }
+    if (debug)
+        traceDecode(payload, item);
+    slot->raw = item;
+}
+
+void BaseSignal::traceDecode(unsigned long payload, uint64_t item) const
+{
+    char bytes[3 * payloadBytes];
+    for (int i = 0; i < payloadBytes; ++i) {
+        static const char digits[] = "0123456789abcdef";
+        const unsigned byte = static_cast<unsigned>(payloadByte(payload, i));
+        bytes[3 * i] = digits[byte >> 4];
+        bytes[3 * i + 1] = digits[byte & 0xf];
+        bytes[3 * i + 2] = i + 1 < payloadBytes ? '-' : '\0';
+    }
+    MessageLine::debug("BaseSignal", "decode", def.instance, ": ", bytes);
+    MessageLine::debug("BaseSignal", "decode", def.instance, ": ", def.endian ? "big" : "little",
+                       " endian, bits = ", std::dec, unsigned(def.bits), ", startbit = ", def.startbit,
+                       ", maskBits = ", std::hex, d_maksBits, ", signBit = ", d_signBit, ", item = ",
+                       std::setfill('0'), std::setw(16), item, std::dec, std::setfill(' '));
+}
+
+void BaseSignal::physical()
+{
+    const uint64_t raw = slot->raw;
+    double number;
+    switch (def.type) {
+    case SIGNAL_UNSIGNED:
+        number = static_cast<double>(raw);
+        break;
+    case SIGNAL_SIGNED:
+        number = static_cast<double>(static_cast<int64_t>(raw));
+        break;
+    case SIGNAL_FLOAT: {
+        const uint32_t low = static_cast<uint32_t>(raw);
+        float single;
+        std::memcpy(&single, &low, sizeof single);
+        number = single;
+        break;
+    }
+    case SIGNAL_DOUBLE:
+        std::memcpy(&number, &raw, sizeof number);
+        break;
+    default:
+        return;
+    }
+    value = number * def.scale + def.offset;
+}
+
+void BaseSignal::traceValue(const char* operation, bool changed)
+{
+    physical();
+    MessageLine::debug("BaseSignal", operation, changed ? "" : "(no change) ", *this);
+}
+
+bool BaseSignal::write(unsigned long payload, unsigned long timestamp)
+{
+    if (shmem)
+        lock();
+    slot->timestamp = timestamp;
+    const uint64_t old = slot->raw;
+    decode(payload);
+    slot->valid = true;
+    modified = slot->raw != old;
+    if (debug)
+        traceValue("write", modified);
+    if (shmem)
+        unlock();
+    return true;
+}
+
+bool BaseSignal::write(const unsigned char* data, unsigned long length, unsigned long timestamp)
+{
+    unsigned char bytes[payloadBytes] = {};
+    if (length > 0)
+        std::memcpy(bytes, data, length < payloadBytes ? length : payloadBytes);
+    uint64_t payload = 0;
+    for (int i = payloadBytes - 1; i >= 0; --i)
+        payload = (payload << 8) | bytes[i];
+    return write(payload, timestamp);
+}
+
+bool BaseSignal::writeRaw(unsigned long raw, unsigned long timestamp)
+{
+    if (shmem)
+        lock();
+    const uint64_t old = slot->raw;
+    slot->timestamp = timestamp;
+    slot->raw = raw;
+    slot->valid = true;
+    modified = raw != old;
+    if (debug)
+        traceValue("writeRaw", modified);
+    if (shmem)
+        unlock();
+    return true;
+}
+
+bool BaseSignal::writeTS(unsigned long timestamp)
+{
+    if (shmem)
+        lock();
+    slot->timestamp = timestamp;
+    if (shmem)
+        unlock();
+    return true;
+}
+
+bool BaseSignal::read(unsigned long& raw, unsigned long& timestamp)
+{
+    if (shmem)
+        lock();
+    const bool valid = slot->valid;
+    raw = slot->raw;
+    timestamp = slot->timestamp;
+    if (debug) {
+        physical();
+        MessageLine::debug("BaseSignal", "read", *this);
+    }
+    if (shmem)
+        unlock();
+    return valid;
+}
+
+bool BaseSignal::read(double& result, unsigned long& timestamp)
+{
+    if (shmem)
+        lock();
+    const bool valid = slot->valid;
+    physical();
+    result = value;
+    timestamp = slot->timestamp;
+    if (debug)
+        MessageLine::debug("BaseSignal", "read", *this);
+    if (shmem)
+        unlock();
+    return valid;
+}
+
+void BaseSignal::clear()
+{
+    slot->valid = false;
+    slot->raw = 0;
+    slot->timestamp = 0;
+    value = 0.0;
+    modified = true;
+}

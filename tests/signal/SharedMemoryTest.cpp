@@ -1,0 +1,170 @@
+// Shared slots seen from two processes, detaching versus removing, mirrors,
+// and names that must never reach the file system.
+#include "signal/BaseSignal.h"
+#include "support/ChildProcess.h"
+#include "support/OutputCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <memory>
+
+namespace {
+
+baseSignalDef_t sharedDefinition(const std::string& instance)
+{
+    baseSignalDef_t def;
+    def.instance = instance;
+    def.signal = "Shared";
+    def.bits = 16;
+    return def;
+}
+
+std::string infoLine(const std::string& instance, int shmId, const char* what)
+{
+    return "[INFO] BaseSignal::createSharedMemory() " + instance + ": shmId = " + std::to_string(shmId) + " " +
+           what + "\n";
+}
+
+// Removes the key file at the end of a test, whatever happened.
+struct KeyFile {
+    explicit KeyFile(std::string name) : instance(std::move(name)) {}
+    ~KeyFile() { removeKeyFile(instance); }
+    std::string instance;
+};
+
+struct DetachOnly {
+    explicit DetachOnly(bool on) { BaseSignal::detachOnly = on; }
+    ~DetachOnly() { BaseSignal::detachOnly = false; }
+};
+
+} // namespace
+
+TEST(SharedMemory, TwoProcessesShareOneSlot)
+{
+    KeyFile file(uniqueInstanceName("speed"));
+    SignalStorage storage;
+    OutputCapture capture;
+    BaseSignal writer(sharedDefinition(file.instance), true, &storage);
+    ASSERT_NE(writer.slot, &writer.privateSlot);
+    EXPECT_EQ(capture.out(), infoLine(file.instance, writer.shmId, "created"));
+    EXPECT_EQ(writer.slot->size, 104u);
+    EXPECT_STREQ(writer.slot->name, "Shared");
+    writer.write(0x1234, 50);
+
+    const int status = runInChild([&] {
+        SignalStorage childStorage;
+        OutputCapture childCapture;
+        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
+        if (childCapture.out() != infoLine(file.instance, reader.shmId, "found"))
+            return 1;
+        unsigned long raw = 0, ts = 0;
+        if (!reader.read(raw, ts) || raw != 0x1234 || ts != 50)
+            return 2;
+        reader.write(0x0077, 60);
+        BaseSignal::detachOnly = true; // the writer keeps its segment
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+
+    unsigned long raw = 0, ts = 0;
+    EXPECT_TRUE(writer.read(raw, ts));
+    EXPECT_EQ(raw, 0x77u);
+    EXPECT_EQ(ts, 60u);
+    EXPECT_TRUE(writer.shmem);
+    EXPECT_TRUE(segmentExists(file.instance));
+}
+
+TEST(SharedMemory, DetachOnlyKeepsTheSegmentRemovalDropsIt)
+{
+    KeyFile file(uniqueInstanceName("detach"));
+    OutputCapture capture;
+    int firstId;
+    {
+        DetachOnly detach(true);
+        SignalStorage storage;
+        BaseSignal sig(sharedDefinition(file.instance), true, &storage);
+        firstId = sig.shmId;
+        sig.writeRaw(5, 6);
+        capture.reset();
+    }
+    EXPECT_EQ(capture.out(), "[INFO] BaseSignal::~BaseSignal() " + file.instance + ": shmId = " +
+                                 std::to_string(firstId) + " detached\n");
+    EXPECT_TRUE(segmentExists(file.instance));
+
+    capture.reset();
+    {
+        SignalStorage storage;
+        BaseSignal again(sharedDefinition(file.instance), true, &storage);
+        EXPECT_EQ(capture.out(), infoLine(file.instance, firstId, "found"));
+        unsigned long raw = 0, ts = 0;
+        EXPECT_TRUE(again.read(raw, ts)); // the values survived
+        EXPECT_EQ(raw, 5u);
+        capture.reset();
+    }
+    EXPECT_EQ(capture.out(), "[INFO] BaseSignal::~BaseSignal() " + file.instance + ": shmId = " +
+                                 std::to_string(firstId) + " destroyed\n");
+    EXPECT_FALSE(segmentExists(file.instance));
+}
+
+TEST(SharedMemory, MirrorOfASharedSignal)
+{
+    KeyFile file(uniqueInstanceName("mirror"));
+    SignalStorage storage;
+    OutputCapture capture;
+    BaseSignal parent(sharedDefinition(file.instance), true, &storage);
+    auto mirror = std::make_unique<BaseSignal>(&parent);
+    EXPECT_TRUE(mirror->shmem);
+    EXPECT_EQ(mirror->slot, parent.slot);
+
+    parent.write(0x0102, 1);
+    unsigned long raw = 0, ts = 0;
+    EXPECT_TRUE(mirror->read(raw, ts));
+    EXPECT_EQ(raw, 0x0102u);
+
+    // A second process sees what the mirror writes.
+    mirror->writeRaw(0xbeef, 2);
+    const int status = runInChild([&] {
+        SignalStorage childStorage;
+        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
+        unsigned long r = 0, t = 0;
+        reader.read(r, t);
+        BaseSignal::detachOnly = true;
+        return (r == 0xbeef && t == 2) ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+
+    BaseSignal::debug = 1;
+    capture.reset();
+    mirror.reset();
+    BaseSignal::debug = 0;
+    EXPECT_EQ(capture.out(), "[DEBUG] BaseSignal::~BaseSignal() " + file.instance +
+                                 " deleted (no shared memory found)\n");
+    EXPECT_TRUE(segmentExists(file.instance));
+    EXPECT_TRUE(parent.read(raw, ts));
+    EXPECT_EQ(raw, 0xbeefu);
+}
+
+TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
+{
+    OutputCapture capture;
+    const std::string escaping = "../" + uniqueInstanceName("escape");
+    for (const std::string name : {std::string("a/b"), escaping, std::string()}) {
+        capture.reset();
+        SignalStorage storage;
+        BaseSignal sig(sharedDefinition(name), true, &storage);
+        EXPECT_EQ(capture.err(), "[ERROR] BaseSignal::createSharedMemory() " + name + ": Missing File (/tmp/" +
+                                     name + "): Invalid argument (errno 22)\n");
+        EXPECT_EQ(capture.out(), "");
+        EXPECT_EQ(sig.slot, &sig.privateSlot);
+        EXPECT_EQ(sig.shmId, -1);
+        EXPECT_EQ(sig.slot->raw, 0xaaaaaaaau); // the private slot is initialised
+        sig.write(3, 4);                       // and works, under its own lock
+        unsigned long raw = 0, ts = 0;
+        EXPECT_TRUE(sig.read(raw, ts));
+        EXPECT_EQ(raw, 3u);
+    }
+    struct stat info;
+    EXPECT_NE(stat(("/tmp/" + escaping).c_str(), &info), 0);
+}

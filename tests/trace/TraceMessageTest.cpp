@@ -1,0 +1,41 @@
+// The trace messages' print forms: one line, every field, no reading past
+// the valid bytes.
+#include "trace/CANExtTraceMessage.h"
+#include "trace/SystemUsageMessage.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+TEST(TraceMessage, PrintForms)
+{
+    CANExtTraceMessage can;
+    can.timestamp = 1000001;
+    can.channel = 3;
+    can.frameFormat = 1;
+    can.length = 3;
+    can.canId = 0x18fef100;
+    can.payload[0] = 0xde;
+    can.payload[1] = 0xad;
+    can.payload[2] = 0x01;
+    can.payload[3] = 0xff; // beyond length: not printed
+    std::ostringstream line;
+    line << can << ' ' << 10;
+    EXPECT_EQ(line.str(), "timestamp=1970-01-01 00:00:01.000001,channel=3,frameFormat=1,length=3,canId=18fef100,"
+                          "payload=de ad 01 10"); // flags restored after the hex id
+
+    can.length = 200; // a corrupt length prints the 64 bytes there are
+    std::ostringstream corrupt;
+    corrupt << can;
+    const std::string text = corrupt.str();
+    const std::string payload = text.substr(text.find("payload=") + 8);
+    EXPECT_EQ(payload.size(), 64u * 3 - 1);
+
+    SystemUsageMessage usage;
+    usage.text = "42";
+    usage.externalUsage = 7;
+    std::ostringstream system;
+    system << usage;
+    EXPECT_EQ(system.str(), "timestamp=1970-01-01 00:00:00.000000,code=2,text=42,internalUsage=0,externalUsage=7,"
+                            "externalUsage2=0");
+}
