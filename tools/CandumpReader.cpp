@@ -1,0 +1,145 @@
+#include "tools/CandumpReader.h"
+
+#include "tools/TextCursor.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t errorFrameFlag = 0x20000000u;
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+// "(<seconds>.<fraction>)" to microseconds; fractions beyond six digits are cut.
+bool parseTimestamp(TextCursor& cursor, uint64_t& micros)
+{
+    uint64_t seconds = 0;
+    if (!cursor.consume('(') || !cursor.readUnsigned(seconds) || cursor.peek() != '.' || !cursor.consume('.'))
+        return false;
+    uint64_t fraction = 0;
+    int digits = 0;
+    while (hexValue(cursor.peek()) >= 0 && cursor.peek() <= '9') {
+        if (digits < 6)
+            fraction = fraction * 10 + uint64_t(cursor.peek() - '0');
+        ++digits;
+        cursor.consume(cursor.peek());
+    }
+    if (digits == 0 || !cursor.consume(')') || seconds > UINT64_MAX / 1000000u - 1)
+        return false;
+    for (int i = digits; i < 6; ++i)
+        fraction *= 10;
+    micros = seconds * 1000000u + fraction;
+    return true;
+}
+
+// Hex byte pairs, optionally separated by '.', up to `limit` bytes.
+bool parseData(std::string_view text, uint8_t* out, int limit, uint8_t& length)
+{
+    int count = 0;
+    for (size_t i = 0; i < text.size();) {
+        if (text[i] == '.') {
+            ++i;
+            continue;
+        }
+        if (i + 1 >= text.size() || count == limit)
+            return false;
+        const int high = hexValue(text[i]);
+        const int low = hexValue(text[i + 1]);
+        if (high < 0 || low < 0)
+            return false;
+        out[count++] = static_cast<uint8_t>(high * 16 + low);
+        i += 2;
+    }
+    length = static_cast<uint8_t>(count);
+    return true;
+}
+
+} // namespace
+
+void CandumpReader::mapInterface(const std::string& name, uint8_t channel)
+{
+    for (auto& entry : interfaces_)
+        if (entry.first == name) {
+            entry.second = channel;
+            used_[channel] = true;
+            return;
+        }
+    interfaces_.emplace_back(name, channel);
+    used_[channel] = true;
+}
+
+uint8_t CandumpReader::channelOf(std::string_view name)
+{
+    for (const auto& entry : interfaces_)
+        if (entry.first == name)
+            return entry.second;
+    uint8_t channel = 1;
+    while (channel < 255 && used_[channel])
+        ++channel;
+    mapInterface(std::string(name), channel);
+    return channel;
+}
+
+CandumpReader::Result CandumpReader::parseLine(std::string_view line, CANExtTraceMessage& frame,
+                                               const char*& reason)
+{
+    TextCursor cursor(line);
+    if (!parseTimestamp(cursor, frame.timestamp)) {
+        reason = "expected a time stamp \"(<seconds>.<microseconds>)\"";
+        return Bad;
+    }
+    const std::string_view interface = cursor.readToken();
+    const std::string_view body = cursor.readToken();
+    if (interface.empty() || body.empty()) {
+        reason = "expected \"<interface> <id>#<data>\" after the time stamp";
+        return Bad;
+    }
+    const size_t hash = body.find('#');
+    if (hash != 3 && hash != 8) {
+        reason = "expected a 3-digit or 8-digit hexadecimal identifier before '#'";
+        return Bad;
+    }
+    TextCursor idText(body.substr(0, hash));
+    uint64_t id = 0;
+    size_t digits = 0;
+    if (!idText.readHex(id, digits) || digits != hash) {
+        reason = "expected a hexadecimal identifier before '#'";
+        return Bad;
+    }
+    const bool extended = hash == 8;
+    if ((extended && (id & errorFrameFlag)) || (!extended && id > 0x7ff) || id > 0x3fffffff) {
+        if (extended && (id & errorFrameFlag))
+            return Skipped;
+        reason = "identifier out of range";
+        return Bad;
+    }
+    std::string_view data = body.substr(hash + 1);
+    if (!data.empty() && (data[0] == 'R' || data[0] == 'r'))
+        return Skipped; // remote frame: no data to decode
+    const bool fd = !data.empty() && data[0] == '#';
+    if (fd) {
+        if (data.size() < 2 || hexValue(data[1]) < 0) {
+            reason = "expected a flags digit after \"##\"";
+            return Bad;
+        }
+        data.remove_prefix(2);
+    }
+    std::memset(frame.payload, 0, sizeof frame.payload);
+    if (!parseData(data, frame.payload, fd ? 64 : 8, frame.length)) {
+        reason = fd ? "expected up to 64 hexadecimal data bytes" : "expected up to 8 hexadecimal data bytes";
+        return Bad;
+    }
+    frame.canId = static_cast<uint32_t>(id);
+    frame.frameFormat = (extended ? 1u : 0u) + (fd ? 2u : 0u);
+    frame.channel = channelOf(interface);
+    return Frame;
+}

@@ -1,0 +1,36 @@
+// CandumpReader: turns the lines of a candump log ("candump -l") into CAN
+// frames: "(<sec>.<usec>) <iface> <id>#<data>" for classic frames and
+// "<id>##<flags><data>" for CAN FD, 3-digit standard and 8-digit extended
+// identifiers. Remote and error frames are skipped.
+//
+// Not thread-safe: one reader per input.
+#pragma once
+
+#include "trace/CANExtTraceMessage.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+class CandumpReader {
+public:
+    enum Result { Frame, Skipped, Bad };
+
+    // Gives an interface a fixed channel number; interfaces not mapped get
+    // the next free number in order of first appearance, starting at 1.
+    void mapInterface(const std::string& name, uint8_t channel);
+
+    // Parses one line (its line end removed). On Bad, `reason` says what was
+    // wrong; it points to a static text.
+    Result parseLine(std::string_view line, CANExtTraceMessage& frame, const char*& reason);
+
+    const std::vector<std::pair<std::string, uint8_t>>& interfaces() const { return interfaces_; }
+
+private:
+    uint8_t channelOf(std::string_view name);
+
+    std::vector<std::pair<std::string, uint8_t>> interfaces_;
+    std::vector<bool> used_ = std::vector<bool>(256, false);
+};

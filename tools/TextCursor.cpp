@@ -1,0 +1,116 @@
+#include "tools/TextCursor.h"
+
+#include <cctype>
+#include <charconv>
+
+namespace {
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
+bool isIdentifierChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+
+} // namespace
+
+void TextCursor::skipSpaces()
+{
+    while (!atEnd() && isSpace(text_[pos_]))
+        ++pos_;
+}
+
+bool TextCursor::consume(char c)
+{
+    skipSpaces();
+    if (peek() != c || atEnd())
+        return false;
+    ++pos_;
+    return true;
+}
+
+bool TextCursor::consumeWord(std::string_view word)
+{
+    skipSpaces();
+    if (text_.substr(pos_, word.size()) != word)
+        return false;
+    pos_ += word.size();
+    return true;
+}
+
+std::string_view TextCursor::readIdentifier()
+{
+    skipSpaces();
+    const size_t start = pos_;
+    while (!atEnd() && isIdentifierChar(text_[pos_]))
+        ++pos_;
+    return text_.substr(start, pos_ - start);
+}
+
+std::string_view TextCursor::readToken(std::string_view stops)
+{
+    skipSpaces();
+    const size_t start = pos_;
+    while (!atEnd() && !isSpace(text_[pos_]) && stops.find(text_[pos_]) == std::string_view::npos)
+        ++pos_;
+    return text_.substr(start, pos_ - start);
+}
+
+bool TextCursor::readUnsigned(uint64_t& value)
+{
+    skipSpaces();
+    const char* first = text_.data() + pos_;
+    const auto result = std::from_chars(first, text_.data() + text_.size(), value);
+    if (result.ec != std::errc())
+        return false;
+    pos_ += size_t(result.ptr - first);
+    return true;
+}
+
+bool TextCursor::readSigned(int64_t& value)
+{
+    skipSpaces();
+    const char* first = text_.data() + pos_;
+    const auto result = std::from_chars(first, text_.data() + text_.size(), value);
+    if (result.ec != std::errc())
+        return false;
+    pos_ += size_t(result.ptr - first);
+    return true;
+}
+
+bool TextCursor::readHex(uint64_t& value, size_t& digits)
+{
+    const char* first = text_.data() + pos_;
+    const auto result = std::from_chars(first, text_.data() + text_.size(), value, 16);
+    if (result.ec != std::errc())
+        return false;
+    digits = size_t(result.ptr - first);
+    pos_ += digits;
+    return true;
+}
+
+bool TextCursor::readDouble(double& value)
+{
+    skipSpaces();
+    size_t start = pos_;
+    if (peek() == '+') // from_chars takes no explicit plus sign
+        ++start;
+    const char* first = text_.data() + start;
+    const auto result = std::from_chars(first, text_.data() + text_.size(), value);
+    if (result.ec != std::errc())
+        return false;
+    pos_ = start + size_t(result.ptr - first);
+    return true;
+}
+
+bool TextCursor::readQuoted(std::string& value)
+{
+    if (!consume('"'))
+        return false;
+    value.clear();
+    while (!atEnd()) {
+        char c = text_[pos_++];
+        if (c == '"')
+            return true;
+        if (c == '\\' && !atEnd())
+            c = text_[pos_++];
+        value.push_back(c);
+    }
+    return false; // unterminated
+}
