@@ -22,3 +22,10 @@
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
+
+#include "input/AnalogSignal.h"
+#include "input/DigitalSignal.h"
+#include "input/GPSSignal.h"
+#include "input/InputSignal.h"
+#include "input/KeyboardSignal.h"
+#include "input/LoggerStatusSignal.h"
