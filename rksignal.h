@@ -22,3 +22,5 @@
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
+
+#include "bus/FlexRaySignal.h"
