@@ -251,9 +251,10 @@ bool FlexRaySignal::signalsInUse(const unsigned char* record, const unsigned cha
     const uint64_t key =
         frameKey(tslId, record[recordChannelByte], slot, record[recordCycleByte], kind == staticFrameKind);
     const bool inUse = flexrayFrames.find(key) != flexrayFrames.end();
+    // The two texts differ by a trailing space; both are kept as they are.
     if (debug)
         MessageLine::debug(className, "signalsInUse", "id = ", std::hex, key, std::dec,
-                           inUse ? " in use" : " not in use");
+                           inUse ? " in use " : " not in use");
     return inUse;
 }
 

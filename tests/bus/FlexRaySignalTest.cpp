@@ -186,6 +186,11 @@ TEST(FlexRaySignal, SignalsInUseOnRawRecords)
     EXPECT_TRUE(inUse(32));
     EXPECT_FALSE(inUse(19));
     EXPECT_FALSE(inUse(24)); // the cycle byte is missing
+    BaseSignal::debug = 1;
+    OutputCapture capture;
+    inUse(32);
+    BaseSignal::debug = 0;
+    EXPECT_EQ(capture.out(), "[DEBUG] FlexRaySignal::signalsInUse() id = 2000000000401501 in use \n");
     record[14] = 18;
     EXPECT_FALSE(inUse(32));
 }
