@@ -29,3 +29,4 @@
 #include "input/InputSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
+#include "bus/FlexRaySignal.h"
