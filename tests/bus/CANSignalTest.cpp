@@ -1,6 +1,7 @@
 // CAN signals as a client sees them: frame keys, definition checks, the frame
-// table over the signals' lifetimes, and the print forms.
+// table, and decoding of classic, CAN FD, PDU and multiplexed frames.
 #include "bus/CANSignal.h"
+#include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
 
 #include <gtest/gtest.h>
@@ -9,168 +10,210 @@
 
 namespace {
 
-canSignalDef_t canDef(const std::string& instance, uint8_t channel, uint32_t msgId, uint16_t startbit = 0,
-                      uint8_t bits = 8)
+using Ids = std::vector<unsigned long>;
+
+canSignalDef_t canDef(const std::string& name, uint32_t msgId, uint16_t startbit, uint8_t bits, bool fd = false)
 {
     canSignalDef_t def;
-    def.instance = def.signal = instance;
-    def.channel = channel;
-    def.msgId = msgId;
-    def.startbit = startbit;
-    def.bits = bits;
+    def.instance = def.signal = name;
+    def.channel = 1, def.msgId = msgId, def.startbit = startbit, def.bits = bits, def.canFD = fd;
     return def;
 }
 
-struct Debug {
-    explicit Debug(int level) { BaseSignal::debug = level; }
-    ~Debug() { BaseSignal::debug = 0; }
-};
-
-size_t occurrences(const std::string& text, const std::string& what)
+CANExtTraceMessage frame(uint32_t canId, uint8_t length, uint32_t format = 0)
 {
-    size_t count = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++count;
-    return count;
+    CANExtTraceMessage ctm;
+    ctm.timestamp = 1000, ctm.channel = 1, ctm.frameFormat = format, ctm.canId = canId, ctm.length = length;
+    for (int i = 0; i < 64; ++i)
+        ctm.payload[i] = static_cast<uint8_t>(i);
+    return ctm;
+}
+
+unsigned long rawOf(BaseSignal& signal)
+{
+    unsigned long raw = 0, ts = 0;
+    return signal.read(raw, ts) ? raw : ~0UL;
 }
 
 } // namespace
 
-TEST(CANSignal, FrameKeysSeparateChannelFormatAndTraceSource)
+TEST(CANSignal, FrameKeysAddTheirTerms)
 {
+    EXPECT_EQ(CANSignal::canKey(0, 2, 0x123, false, false), 0x8000000200000123ULL);
+    EXPECT_EQ(CANSignal::canKey(0, 2, 0x123, true, true), 0x80000002C0000123ULL);
+    EXPECT_EQ(CANSignal::canKey(0x81, 2, 0x123, false, false), 0x0100000200000123ULL); // carried out of bit 63
+    EXPECT_EQ(CANSignal::canKey(0, 1, 0x40000123, false, false), CANSignal::canKey(0, 1, 0x123, false, true));
+
     SignalStorage storage;
-    auto def = canDef("k", 2, 0x123);
-    CANSignal standard(def, false, &storage);
-    def.instance = "k_ext_fd";
-    def.extended = def.canFD = true;
-    CANSignal extendedFD(def, false, &storage);
-    def.instance = "k_ch1";
-    def.channel = 1;
-    def.extended = def.canFD = false;
-    CANSignal otherChannel(def, false, &storage);
-    def.instance = "k_tsl";
-    def.channel = 2;
-    def.tslId = 0x81; // carries out of bit 63
-    CANSignal highTsl(def, false, &storage);
-
-    EXPECT_EQ(CANSignal::canContainer.at(0x8000000200000123ULL), std::vector<CANSignal*>{&standard});
-    EXPECT_EQ(CANSignal::canContainer.at(0x80000002C0000123ULL), std::vector<CANSignal*>{&extendedFD});
-    EXPECT_EQ(CANSignal::canContainer.at(0x8000000100000123ULL), std::vector<CANSignal*>{&otherChannel});
-    EXPECT_EQ(CANSignal::canContainer.at(0x0100000200000123ULL), std::vector<CANSignal*>{&highTsl});
-    EXPECT_EQ(CANSignal::canKey(0, 2, 0x123, true, false), 0x8000000280000123ULL);
-
-    // Raw records: channel in byte 14, flagged identifier word in bytes 18..21.
+    auto def = canDef("k", 0x123, 0, 8);
+    def.channel = 2, def.extended = true, def.tslId = 3;
+    CANSignal sig(def, false, &storage);
+    EXPECT_EQ(CANSignal::canContainer.at(0x8300000280000123ULL), std::vector<CANSignal*>{&sig});
     unsigned char record[22] = {};
-    record[14] = 2;
-    record[18] = 0xc0, record[20] = 0x01, record[21] = 0x23;
-    EXPECT_TRUE(CANSignal::signalsInUse(record, nullptr, 0, &storage));
-    EXPECT_FALSE(CANSignal::signalsInUse(record, nullptr, 1, &storage));
-    record[18] = 0x80;
-    EXPECT_FALSE(CANSignal::signalsInUse(record, nullptr, 0, &storage));
-    SignalStorage empty; // the keys above exist, but not for this storage
-    record[18] = 0;
-    EXPECT_FALSE(CANSignal::signalsInUse(record, nullptr, 0, &empty));
+    record[14] = 2, record[18] = 0x80, record[20] = 0x01, record[21] = 0x23;
+    EXPECT_TRUE(CANSignal::signalsInUse(record, nullptr, 3, &storage));
+    SignalStorage empty; // the key exists, but not for this storage
+    EXPECT_FALSE(CANSignal::signalsInUse(record, nullptr, 3, &empty));
 }
 
-TEST(CANSignal, CanFDDefinitionsAreNarrowedToAByteRange)
+TEST(CANSignal, CanFDDefinitionsAreNarrowedToEightBytes)
 {
-    auto def = canDef("fd", 0, 1, 100, 12);
+    auto def = canDef("fd_bad", 0x200, 100, 12, true);
     EXPECT_TRUE(CANSignal::checkSignalDefinition(def));
     EXPECT_EQ(def.startByte, 12);
     EXPECT_EQ(def.numBytes, 2);
-    def.endian = true, def.startbit = 7, def.bits = 64;
-    EXPECT_TRUE(CANSignal::checkSignalDefinition(def));
-    EXPECT_EQ(def.numBytes, 8);
-    def.endian = false, def.startbit = 4;
+    def.startbit = 4, def.bits = 64;
     EXPECT_FALSE(CANSignal::checkSignalDefinition(def));
-    EXPECT_EQ(def.numBytes, 9); // stored even when rejected
-    def.startbit = 0, def.bits = 65;
-    EXPECT_FALSE(CANSignal::checkSignalDefinition(def));
+    EXPECT_EQ(def.numBytes, 9);
 
     SignalStorage storage;
-    auto accepted = canDef("fd_ok", 0, 1, 100, 12);
-    accepted.canFD = true;
-    CANSignal ok(accepted, false, &storage);
-    EXPECT_EQ(ok.def.startbit, 4);
-    EXPECT_EQ(ok.definition.startByte, 12);
-
-    auto rejected = canDef("fd_bad", 0, 2, 4, 64);
-    rejected.canFD = true;
-    auto bad = std::make_unique<CANSignal>(rejected, false, &storage);
+    CANSignal ok(canDef("fd_ok", 0x200, 100, 12, true), false, &storage);
+    auto bad = std::make_unique<CANSignal>(def, false, &storage);
     EXPECT_EQ(bad->id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance("fd_bad", &storage), bad.get());
-    EXPECT_EQ(storage.canSignals.size(), 1u);
-    EXPECT_EQ(CANSignal::canContainer.count(CANSignal::canKey(0, 0, 2, false, true)), 0u);
+    Ids ids;
+    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x200, 64, 2), ids, 0, &storage));
+    EXPECT_EQ(ids, Ids{ok.id});
+    EXPECT_EQ(rawOf(ok), 0x0d0u); // bits 100..111 of the frame
+    EXPECT_EQ(rawOf(*bad), ~0UL);
     bad.reset();
     EXPECT_EQ(storage.canSignals.size(), 1u);
     EXPECT_EQ(CANSignal::canContainer.size(), 1u);
 }
 
-TEST(CANSignal, SignalsOfAFrameShareOneEntryUntilDestroyed)
+TEST(CANSignal, FrameTableOrderCleanupAndDuplicateIdentifiers)
 {
     SignalStorage storage;
+    auto a = std::make_unique<CANSignal>(canDef("a", 0x10, 0, 8), false, &storage);
+    auto b = std::make_unique<CANSignal>(canDef("b", 0x10, 8, 8), false, &storage);
+    const uint64_t key = CANSignal::canKey(0, 1, 0x10, false, false);
+    EXPECT_EQ(CANSignal::canContainer.at(key), (std::vector<CANSignal*>{a.get(), b.get()}));
+
     OutputCapture capture;
-    Debug debug(1);
-    auto first = std::make_unique<CANSignal>(canDef("a", 3, 0x10), false, &storage);
-    auto second = std::make_unique<CANSignal>(canDef("b", 3, 0x10, 8), false, &storage);
-    EXPECT_EQ(occurrences(capture.out(), "[DEBUG] CANSignal::CANSignal() canKey=8000000300000010\n"), 2u);
-    EXPECT_EQ(occurrences(capture.out(), "[DEBUG] CANSignal::CANSignal() insert into canContainer: instance=a,"), 1u);
-    EXPECT_EQ(occurrences(capture.out(), "[DEBUG] CANSignal::CANSignal() insert into canContainer: "), 1u);
-    EXPECT_EQ(occurrences(capture.out(), "[DEBUG] CANSignal::CANSignal() canContainer:\n"
-                                         "[DEBUG] CANSignal::CANSignal() 8000000300000010\n"
-                                         "[DEBUG] CANSignal::CANSignal() [instance=a,"),
-              2u);
-    EXPECT_EQ(CANSignal::canContainer.at(0x8000000300000010ULL),
-              (std::vector<CANSignal*>{first.get(), second.get()}));
-    EXPECT_EQ(storage.canSignals.at(second->id), std::vector<CANSignal*>{second.get()});
-
-    first.reset();
-    EXPECT_EQ(CANSignal::canContainer.at(0x8000000300000010ULL), std::vector<CANSignal*>{second.get()});
-    EXPECT_EQ(storage.canSignals.size(), 1u);
-    second.reset();
-    EXPECT_TRUE(CANSignal::canContainer.empty());
-    EXPECT_TRUE(storage.canSignals.empty());
-}
-
-TEST(CANSignal, DuplicateIdentifierIsRejected)
-{
-    SignalStorage storage;
     const unsigned long counter = BaseSignal::instanceCounter;
-    CANSignal original(canDef("orig", 0, 5), false, &storage);
+    BaseSignal::instanceCounter = b->id - 0x8000000000000000UL;
+    CANSignal twin(canDef("twin", 0x10, 0, 8), false, &storage);
     BaseSignal::instanceCounter = counter;
-    OutputCapture capture;
-    CANSignal twin(canDef("twin", 0, 5), false, &storage);
     std::ostringstream expected;
-    expected << "[ERROR] CANSignal::CANSignal() gpId 0x" << std::hex << original.id << " already exists";
-    EXPECT_EQ(capture.out(), expected.str()); // this message has no line end
+    expected << "[ERROR] CANSignal::CANSignal() gpId 0x" << std::hex << b->id << " already exists"; // no line end
+    EXPECT_EQ(capture.out(), expected.str());
     EXPECT_EQ(twin.id, ~0UL);
-    EXPECT_EQ(BaseSignal::getInstance(original.id, &storage), &original);
-    EXPECT_EQ(CANSignal::canContainer.at(CANSignal::canKey(0, 0, 5, false, false)),
-              std::vector<CANSignal*>{&original});
-    BaseSignal::instanceCounter = counter + 1;
+    EXPECT_EQ(BaseSignal::getInstance(b->id, &storage), b.get());
+
+    a.reset();
+    EXPECT_EQ(CANSignal::canContainer.at(key), std::vector<CANSignal*>{b.get()});
+    b.reset();
+    EXPECT_EQ(CANSignal::canContainer.count(key), 0u);
 }
 
-TEST(CANSignal, PrintForms)
+TEST(CANDecode, ClassicFrames)
 {
     SignalStorage storage;
-    auto def = canDef("p", 1, 0x7ff);
-    def.canFD = true, def.message = "Msg", def.sender = "Ecu", def.pduId = 32;
-    CANSignal sig(def, false, &storage);
-    std::ostringstream text;
-    text << sig.definition;
-    EXPECT_EQ(text.str(), "instance=p,signal=p,channel=1,unit=,type=unsigned,startbit=0,bits=8,scale=1,offset=0,"
-                          "endian=LITTLE,multiplexed=no,mux=0,tslId=0,msgId=2047,extended=no,canFD=yes,"
-                          "message=Msg,sender=Ecu,pduId=32,startByte=0,numBytes=1");
-    text.str("");
-    text << sig << 255;
-    const std::string printed = text.str();
-    std::ostringstream tail;
-    tail << ";index=" << std::hex << sig.id << "ff"; // left in hexadecimal
-    EXPECT_EQ(printed.substr(0, 11), "instance=p,");
-    EXPECT_NE(printed.find(";instance=p,signal=p,channel=1,"), std::string::npos);
-    EXPECT_EQ(printed.substr(printed.size() - tail.str().size()), tail.str());
-    def.pduId.reset();
-    text.str("");
-    text << def;
-    EXPECT_NE(text.str().find(",pduId=none,startByte=0,numBytes=0"), std::string::npos);
+    Ids ids{42};
+    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage)); // no CAN signal at all
+    EXPECT_TRUE(ids.empty());
+    CANSignal low(canDef("low", 0x100, 0, 16), false, &storage);
+    CANSignal last(canDef("last", 0x100, 56, 8), false, &storage);
+    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage));
+    EXPECT_EQ(ids, (Ids{low.id, last.id}));
+    EXPECT_EQ(rawOf(low), 0x0100u);
+    ids = {42};
+    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x101, 8), ids, 0, &storage));
+    EXPECT_TRUE(ids.empty());
+
+    // A classic definition on an FD frame (its identifier adds into the FD
+    // flag) sees the first eight bytes of long frames; short frames zero-fill.
+    CANSignal onFD(canDef("onFD", 0x40000100, 56, 8), false, &storage);
+    for (uint8_t length : {20, 200, 3}) {
+        EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, length, 2), ids, 0, &storage));
+        EXPECT_EQ(rawOf(onFD), length > 7 ? 7u : 0u);
+    }
+}
+
+TEST(CANDecode, CanFDByteRangesAndPdus)
+{
+    SignalStorage storage;
+    CANSignal tail(canDef("tail", 0x200, 480, 32, true), false, &storage); // bytes 60..63
+    auto inPdu = canDef("pdu20", 0x200, 8, 8, true);
+    inPdu.pduId = 0x20;
+    CANSignal pdu20(inPdu, false, &storage);
+    inPdu.instance = "pdu30", inPdu.pduId = 0x30;
+    CANSignal pdu30(inPdu, false, &storage);
+
+    auto ctm = frame(0x200, 62, 2);
+    ctm.payload[0] = 0, ctm.payload[1] = 0, ctm.payload[2] = 0x10, ctm.payload[3] = 8;     // data 4..11
+    ctm.payload[12] = 0, ctm.payload[13] = 0, ctm.payload[14] = 0x20, ctm.payload[15] = 4; // data 16..19
+    ctm.payload[23] = 0xff; // the header at 20 sends the chain past the payload
+    Ids ids;
+    OutputCapture capture;
+    BaseSignal::debug = 1;
+    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    BaseSignal::debug = 0;
+    EXPECT_EQ(ids, Ids{pdu20.id});
+    EXPECT_EQ(rawOf(pdu20), 17u); // PDU data at 16, plus startByte 1
+    EXPECT_NE(capture.out().find("[DEBUG] CANSignal::decodeMessage() tail: payload to small\n"), std::string::npos);
+
+    ctm.length = 64;
+    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(ids, (Ids{tail.id, pdu20.id}));
+    EXPECT_EQ(rawOf(tail), 0x3f3e3d3cu);
+    ctm.length = 0;
+    EXPECT_FALSE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    ctm.length = 255;    // counts as the 64 bytes that exist
+    ctm.payload[3] = 58; // next header at 62, read partly past the array
+    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(ids, Ids{tail.id});
+}
+
+TEST(CANDecode, MultiplexersSelectASecondStage)
+{
+    SignalStorage storage;
+    auto muxDef = canDef("mux", 0x300, 0, 8);
+    muxDef.multiplexer = 1;
+    CANSignal mux(muxDef, false, &storage);
+    muxDef.instance = "mux2", muxDef.startbit = 8;
+    CANSignal mux2(muxDef, false, &storage);
+    CANSignal classic(canDef("classic", 0x301, 16, 8), false, &storage);
+    CANSignal fd(canDef("fd", 0x302, 80, 8, true), false, &storage); // byte 10 of an 8-byte frame
+    CANSignal nested(canDef("nested", 0x303, 24, 8), false, &storage);
+    // Clients file multiplexed signals under the frame key plus the value term.
+    const uint64_t first = CANSignal::canKey(0, 1, 0x300, false, false) + CANSignal::multiplexerTerm(0);
+    CANSignal::canContainer[first] = {&classic, &fd};
+    CANSignal::canContainer[first + CANSignal::multiplexerTerm(1)] = {&nested};
+
+    auto ctm = frame(0x300, 8);
+    Ids ids;
+    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(ids, (Ids{mux.id, classic.id, mux2.id, nested.id})); // fd written, not reported
+    EXPECT_EQ(rawOf(classic), 2u);
+    EXPECT_EQ(rawOf(fd), 10u);
+    EXPECT_EQ(rawOf(nested), 3u);
+    ctm.payload[0] = 5; // no second stage filed for this value
+    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(ids, (Ids{mux.id, mux2.id}));
+}
+
+TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
+{
+    const auto def = canDef(uniqueInstanceName("can"), 0x400, 8, 16);
+    SignalStorage storage;
+    OutputCapture quiet;
+    auto sig = std::make_unique<CANSignal>(def, true, &storage);
+    ASSERT_NE(sig->slot, &sig->privateSlot);
+    const int status = runInChild([&] {
+        SignalStorage childStorage;
+        CANSignal writer(def, true, &childStorage);
+        Ids ids;
+        auto ctm = frame(0x400, 8);
+        ctm.timestamp = 77;
+        return CANSignal::decodeMessage(ctm, ids, 0, &childStorage) && ids.back() == writer.id ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+    unsigned long raw = 0, ts = 0;
+    EXPECT_TRUE(sig->read(raw, ts));
+    EXPECT_EQ(raw, 0x0201u);
+    EXPECT_EQ(ts, 77u);
+    sig.reset();
+    EXPECT_FALSE(segmentExists(def.instance));
+    removeKeyFile(def.instance);
 }
