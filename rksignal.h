@@ -23,10 +23,14 @@
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
 
+#include "bus/ByteRange.h"
+#include "bus/CANSignal.h"
+#include "bus/FlexRaySignal.h"
+#include "bus/LINSignal.h"
+
 #include "input/AnalogSignal.h"
 #include "input/DigitalSignal.h"
 #include "input/GPSSignal.h"
 #include "input/InputSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
-#include "bus/FlexRaySignal.h"

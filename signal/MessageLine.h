@@ -36,6 +36,18 @@ public:
         LogUtil::printError(os, errnum);
     }
 
+    // A line that stops after its text: no line end, only a flush. Kept for
+    // the one message whose established form ends that way.
+    template <class... Args>
+    static void writeUnterminated(std::ostream& os, Level level, const char* cls, const char* op,
+                                  const Args&... args)
+    {
+        std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
+        start(os, level, cls, op);
+        (os << ... << args);
+        os << std::flush;
+    }
+
     // Debug lines always go to standard output.
     template <class... Args>
     static void debug(const char* cls, const char* op, const Args&... args);
