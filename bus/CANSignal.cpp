@@ -3,7 +3,7 @@
 
 #include "bus/ByteRange.h"
 #include "bus/FrameTable.h"
-#include "bus/SignalRegistration.h"
+#include "signal/SignalRegistration.h"
 #include "signal/MessageLine.h"
 
 #include <iostream>
@@ -118,6 +118,5 @@ std::ostream& operator<<(std::ostream& os, const canSignalDef_t& def)
 
 std::ostream& operator<<(std::ostream& os, const CANSignal& signal)
 {
-    return os << static_cast<const BaseSignal&>(signal) << ";" << signal.definition << ";index=" << std::hex
-              << signal.id;
+    return BaseSignal::printWithDefinition(os, signal, signal.definition);
 }

@@ -4,6 +4,7 @@
 
 #include "bus/ByteRange.h"
 #include "bus/FrameTable.h"
+#include "signal/SignalRegistration.h"
 #include "signal/MessageLine.h"
 #include "util/LogUtil.h"
 #include "util/hexdump.h"
@@ -136,9 +137,7 @@ FlexRaySignal::FlexRaySignal(const flexRaySignalDef_t& def, bool shm, SignalStor
     for (auto& position : definition.positions)
         fillCycleTable(position);
 
-    id = instanceCounter++ + flexRayKindBit;
-    Frames::append(storage->flexRaySignals, id, this);
-    if (!storage->instancesById.emplace(id, this).second) {
+    if (!SignalRegistration::enter(this, flexRayKindBit, storage->flexRaySignals)) {
         MessageLine::write(std::cout, MessageLine::Error, className, "FlexRaySignal", "gpId 0x", std::hex, id,
                            std::dec, " already exists");
         id = rejectedId;
@@ -179,10 +178,9 @@ FlexRaySignal::FlexRaySignal(FlexRaySignal* parent, const flexRaySignalDef_t& de
 FlexRaySignal::~FlexRaySignal()
 {
     // A child finds its parent's entry gone already and passes silently.
-    if (storage && Frames::removeFirst(storage->flexRaySignals, id, this) == Frames::NotInVector)
+    if (!SignalRegistration::leave(this, storage->flexRaySignals, flexrayFrames))
         MessageLine::write(std::cout, MessageLine::Error, className, "~FlexRaySignal", def.instance,
                            " instance not found in vector");
-    Frames::removeEverywhere(flexrayFrames, this);
     // Children share this signal's slot: they go before the slot is released.
     for (FlexRaySignal* child : children)
         delete child;
@@ -360,6 +358,5 @@ std::ostream& operator<<(std::ostream& os, const flexRaySignalDef_t& def)
 
 std::ostream& operator<<(std::ostream& os, const FlexRaySignal& signal)
 {
-    return os << static_cast<const BaseSignal&>(signal) << ';' << signal.definition << ";index=" << std::hex
-              << signal.id;
+    return BaseSignal::printWithDefinition(os, signal, signal.definition);
 }

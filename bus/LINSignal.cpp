@@ -1,7 +1,7 @@
 #include "bus/LINSignal.h"
 
 #include "bus/FrameTable.h"
-#include "bus/SignalRegistration.h"
+#include "signal/SignalRegistration.h"
 #include "signal/MessageLine.h"
 
 #include <iostream>
@@ -90,6 +90,5 @@ std::ostream& operator<<(std::ostream& os, const linSignalDef_t& def)
 
 std::ostream& operator<<(std::ostream& os, const LINSignal& signal)
 {
-    return os << static_cast<const BaseSignal&>(signal) << ";" << signal.definition << ";index=" << std::hex
-              << signal.id;
+    return BaseSignal::printWithDefinition(os, signal, signal.definition);
 }

@@ -3,6 +3,7 @@
 #include "input/InputSignal.h"
 
 #include "bus/FrameTable.h"
+#include "signal/SignalRegistration.h"
 #include "signal/MessageLine.h"
 
 #include <iostream>
@@ -71,9 +72,7 @@ void InputSignal::registerPredefined(const std::map<std::string, uint64_t>& pred
 
 bool InputSignal::registerIdentifier(uint64_t kindBit, const char* cls, const char* op)
 {
-    id = instanceCounter++ + kindBit;
-    InputTable::append(storage->inputSignals, id, this);
-    if (storage->instancesById.emplace(id, this).second)
+    if (SignalRegistration::enter(this, kindBit, storage->inputSignals))
         return true;
     MessageLine::write(std::cout, MessageLine::Error, cls, op, "gpId 0x", std::hex, id, std::dec, " already exists");
     id = ~0UL;
@@ -148,7 +147,5 @@ bool InputSignal::signalsInUse(const unsigned char* record, const unsigned char*
 
 std::ostream& operator<<(std::ostream& os, const InputSignal& signal)
 {
-    os << static_cast<const BaseSignal&>(signal) << ';' << signal.definition << ";index=" << std::hex << signal.id
-       << std::dec;
-    return os;
+    return BaseSignal::printWithDefinition(os, signal, signal.definition) << std::dec;
 }

@@ -88,6 +88,13 @@ public:
     static unsigned long instanceCounter;
     static SignalStorage defSignalStorage;
 
+    // The print form of a bus or input signal: the form of `signal`, ";",
+    // the form of its own `definition`, ";index=" and the identifier in
+    // hexadecimal. The stream is left in hexadecimal.
+    template <class Definition>
+    static std::ostream& printWithDefinition(std::ostream& os, const BaseSignal& signal,
+                                             const Definition& definition);
+
     signalSlot_t privateSlot;
     bool initSmData;
     key_t key;
@@ -124,3 +131,9 @@ struct BaseSignalCompare {
 };
 
 std::ostream& operator<<(std::ostream& os, const BaseSignal& signal);
+
+template <class Definition>
+std::ostream& BaseSignal::printWithDefinition(std::ostream& os, const BaseSignal& signal, const Definition& definition)
+{
+    return os << signal << ';' << definition << ";index=" << std::hex << signal.id;
+}
