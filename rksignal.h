@@ -22,3 +22,6 @@
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
+
+#include "bus/EthernetFrameHash.h"
+#include "bus/EthernetSignal.h"

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -17,7 +15,8 @@ constexpr uint64_t macA = 0x020000000001;
 constexpr uint64_t macB = 0x020000000002;
 
 // The sample frames, also kept as data/analyze_frames.pcap and cross-checked
-// with an independent dissector (TShark 4.0.17, Debian 12), run from the
+// with an independent dissector (TShark 4.0.17, Debian 12; the checksums are
+// left 0, which it does not verify by default), run from the
 // repository root as one command line:
 //
 //   tshark -r tests/trace/data/analyze_frames.pcap -T fields -E separator=, -E occurrence=a
@@ -52,24 +51,6 @@ std::vector<std::vector<uint8_t>> sampleFrames()
     };
 }
 
-miiFrameInfo_t info(uint64_t source, uint64_t destination, uint32_t sourceIp, uint32_t destinationIp,
-                    uint16_t sourcePort, uint16_t destinationPort, uint8_t protocol, uint16_t vlanId,
-                    uint16_t payloadOffset)
-{
-    miiFrameInfo_t i;
-    i.sourceMac = source;
-    i.destinationMac = destination;
-    i.sourceIp = htonl(sourceIp);
-    i.destinationIp = htonl(destinationIp);
-    i.sourcePort = sourcePort;
-    i.destinationPort = destinationPort;
-    i.ipProtocol = protocol;
-    i.vlan = vlanId != 0;
-    i.vlanId = vlanId;
-    i.payloadOffset = payloadOffset;
-    return i;
-}
-
 std::string text(const miiFrameInfo_t& i)
 {
     std::ostringstream os;
@@ -89,15 +70,13 @@ bool analyzePrefix(const std::vector<uint8_t>& frame, size_t length, miiFrameInf
 std::string pcapImage(const std::vector<std::vector<uint8_t>>& frames)
 {
     std::string image;
-    const auto le = [&image](uint32_t value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            image.push_back(char(value >> (8 * i)));
+    const auto le32 = [&image](uint32_t value) {
+        image.append({char(value), char(value >> 8), char(value >> 16), char(value >> 24)});
     };
-    le(0xa1b2c3d4, 4), le(2, 2), le(4, 2), le(0, 4), le(0, 4), le(65535, 4), le(1, 4); // 1: Ethernet
-    uint32_t second = 0;
-    for (const auto& frame : frames) {
-        le(++second, 4), le(0, 4), le(uint32_t(frame.size()), 4), le(uint32_t(frame.size()), 4);
-        image.append(frame.begin(), frame.end());
+    le32(0xa1b2c3d4), le32(2 | 4 << 16), le32(0), le32(0), le32(65535), le32(1); // version 2.4, Ethernet
+    for (uint32_t second = 0; second < frames.size(); ++second) {
+        le32(second + 1), le32(0), le32(uint32_t(frames[second].size())), le32(uint32_t(frames[second].size()));
+        image.append(frames[second].begin(), frames[second].end());
     }
     return image;
 }
@@ -107,19 +86,23 @@ std::string pcapImage(const std::vector<std::vector<uint8_t>>& frames)
 TEST(AnalyzeFrame, TagsOptionsAndFragments)
 {
     const auto frames = sampleFrames();
-    const miiFrameInfo_t expected[] = {
-        info(macA, macB, 0xc0a80001, 0xc0a80002, 30000, 30501, 17, 5, 46),
-        info(macB, macA, 0x0a000001, 0x0a000002, 1234, 80, 6, 100, 78),
-        info(macA, macB, 0xc0a80001, 0xc0a80002, 0, 0, 17, 0, 34),
+    const uint16_t payloadOffset[] = {46, 78, 34};
+    const char* expected[] = {
+        "sourceMac=02:00:00:00:00:01,destinationMac=02:00:00:00:00:02,sourceIp=192.168.0.1,destinationIp=192.168.0.2,"
+        "sourcePort=30000,destinationPort=30501,ipProtocol=17,vlan=1,vlanId=5,payloadOffset=46",
+        "sourceMac=02:00:00:00:00:02,destinationMac=02:00:00:00:00:01,sourceIp=10.0.0.1,destinationIp=10.0.0.2,"
+        "sourcePort=1234,destinationPort=80,ipProtocol=6,vlan=1,vlanId=100,payloadOffset=78",
+        "sourceMac=02:00:00:00:00:01,destinationMac=02:00:00:00:00:02,sourceIp=192.168.0.1,destinationIp=192.168.0.2,"
+        "sourcePort=0,destinationPort=0,ipProtocol=17,vlan=0,vlanId=0,payloadOffset=34",
     };
     for (size_t f = 0; f < frames.size(); ++f) {
         // Every cut short of the payload fails; from there on the answer is whole.
         for (size_t length = 0; length <= frames[f].size(); ++length) {
             miiFrameInfo_t result;
             const bool analysed = analyzePrefix(frames[f], length, result);
-            ASSERT_EQ(analysed, length >= expected[f].payloadOffset) << "frame " << f << " length " << length;
+            ASSERT_EQ(analysed, length >= payloadOffset[f]) << "frame " << f << " length " << length;
             if (analysed) {
-                EXPECT_EQ(text(result), text(expected[f])) << "frame " << f << " length " << length;
+                EXPECT_EQ(text(result), expected[f]) << "frame " << f << " length " << length;
             }
         }
     }
