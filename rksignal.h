@@ -23,8 +23,11 @@
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
 
+<<<<<<< HEAD
 #include "bus/ByteRange.h"
 #include "bus/CANSignal.h"
+#include "bus/EthernetFrameHash.h"
+#include "bus/EthernetSignal.h"
 #include "bus/FlexRaySignal.h"
 #include "bus/LINSignal.h"
 
@@ -34,3 +37,7 @@
 #include "input/InputSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
+=======
+#include "bus/EthernetFrameHash.h"
+#include "bus/EthernetSignal.h"
+>>>>>>> ethernet
