@@ -23,7 +23,6 @@
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
 
-<<<<<<< HEAD
 #include "bus/ByteRange.h"
 #include "bus/CANSignal.h"
 #include "bus/EthernetFrameHash.h"
@@ -37,7 +36,3 @@
 #include "input/InputSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
-=======
-#include "bus/EthernetFrameHash.h"
-#include "bus/EthernetSignal.h"
->>>>>>> ethernet

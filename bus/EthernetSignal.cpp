@@ -171,6 +171,5 @@ std::ostream& operator<<(std::ostream& os, const ethernetSignalDef_t& def)
 
 std::ostream& operator<<(std::ostream& os, const EthernetSignal& signal)
 {
-    return os << static_cast<const BaseSignal&>(signal) << ";" << signal.definition << ";index=" << std::hex
-              << signal.id << std::dec;
+    return BaseSignal::printWithDefinition(os, signal, signal.definition) << std::dec;
 }
