@@ -123,6 +123,8 @@ private:
     void releaseSharedMemory();
     void traceValue(const char* operation, bool changed);
     void traceDecode(unsigned long payload, uint64_t item) const;
+    // True when every byte the field touches lies in the 8-byte payload.
+    bool fieldInsidePayload() const;
 };
 
 // Orders signals by instance name.

@@ -66,7 +66,12 @@ void BaseSignal::decode(unsigned long payload)
     uint64_t item = 0;
     if (d_bytes != 0) {
         uint64_t acc = 0;
-        if (def.endian) {
+        if (fieldInsidePayload()) {
+            // The same accumulator as the byte loops below, taken from the
+            // word in one step: bytes beyond the field only reach bits that
+            // the mask clears or the sign extension sets.
+            acc = def.endian ? __builtin_bswap64(payload) >> (8 * (7 - d_startByte)) : payload >> (8 * d_startByte);
+        } else if (def.endian) {
             // The lowest-numbered byte is the most significant.
             for (int i = int(d_startByte) - (int(d_bytes) - 1); i <= int(d_startByte); ++i)
                 acc = (acc << 8) | payloadByte(payload, i);
@@ -82,6 +87,14 @@ void BaseSignal::decode(unsigned long payload)
     if (debug)
         traceDecode(payload, item);
     slot->raw = item;
+}
+
+bool BaseSignal::fieldInsidePayload() const
+{
+    if (d_bytes > payloadBytes)
+        return false;
+    return def.endian ? (d_startByte < payloadBytes && d_bytes <= d_startByte + 1)
+                      : (d_startByte + d_bytes <= payloadBytes);
 }
 
 void BaseSignal::traceDecode(unsigned long payload, uint64_t item) const
