@@ -22,3 +22,9 @@
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
+
+#include "expression/ExpParser.h"
+#include "expression/expFlexLexer.h"
+
+#include "event/EventParser.h"
+#include "event/eventFlexer.h"
