@@ -168,12 +168,11 @@ unsigned long ExpParser::getLastestTime() const
     return latest;
 }
 
-// Only a program cut short by a parse error, or one assembled by hand, can
+// The parser adds operands before their operator, even in a program cut
+// short by an error, so only a program assembled by hand through add() can
 // lack operands; there is no sensible value to go on with.
-void ExpParser::require(size_t operands) const
+void ExpParser::stackUnderflow(size_t operands) const
 {
-    if (__builtin_expect(depth() >= operands, 1))
-        return;
     {
         std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
         std::cerr << "Less than " << operands << " elements on bool stack (" << depth() << ")" << std::endl;

@@ -128,7 +128,13 @@ public:
 private:
     void growStack();
     size_t depth() const { return static_cast<size_t>(stackTop - stackBase); }
-    void require(size_t operands) const;
+    // Ends the process unless the stack holds `operands` values.
+    void require(size_t operands) const
+    {
+        if (__builtin_expect(depth() < operands, 0))
+            stackUnderflow(operands);
+    }
+    [[noreturn]] void stackUnderflow(size_t operands) const;
     void push(double v) { *++stackTop = v; }
     template <class Combine>
     void binary(Combine combine);
