@@ -36,3 +36,9 @@
 #include "input/InputSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
+
+#include "expression/ExpParser.h"
+#include "expression/expFlexLexer.h"
+
+#include "event/EventParser.h"
+#include "event/eventFlexer.h"

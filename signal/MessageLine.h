@@ -48,11 +48,23 @@ public:
         os << std::flush;
     }
 
+    // A line whose text names its own origin ("[ERROR] expression parser:
+    // ..."): the level tag, the caller's text, a line end and a flush.
+    template <class... Args>
+    static void writeText(std::ostream& os, Level level, const Args&... args)
+    {
+        std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
+        os << tag(level);
+        (os << ... << args);
+        os << std::endl;
+    }
+
     // Debug lines always go to standard output.
     template <class... Args>
     static void debug(const char* cls, const char* op, const Args&... args);
 
 private:
+    static const char* tag(Level level);
     static void start(std::ostream& os, Level level, const char* cls, const char* op);
 };
 
