@@ -37,6 +37,12 @@ CANSignal::CANSignal(const canSignalDef_t& signalDef, bool shm, SignalStorage* s
         def.startbit = definition.startbit & 7;
         cInit();
     }
+    d_layout.canFD = definition.canFD;
+    d_layout.multiplexer = definition.multiplexer != 0;
+    d_layout.hasPduId = definition.pduId.has_value();
+    d_layout.pduId = definition.pduId.value_or(0);
+    d_layout.startByte = definition.startByte;
+    d_layout.numBytes = definition.numBytes;
 
     if (!SignalRegistration::enter(this, canKindBit, this->storage->canSignals)) {
         MessageLine::writeUnterminated(std::cout, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x", std::hex,

@@ -68,6 +68,19 @@ public:
 
     static std::map<uint64_t, std::vector<CANSignal*>> canContainer;
 
+    // What the decoder reads of `definition` (after the CAN FD check), kept
+    // next to the codec's fields so that the signals of a frame are decoded
+    // from few cache lines.
+    struct FrameLayout {
+        bool canFD = false;
+        bool multiplexer = false;
+        bool hasPduId = false;
+        uint8_t startByte = 0;
+        uint8_t numBytes = 0;
+        uint32_t pduId = 0;
+    };
+    FrameLayout d_layout;
+
     canSignalDef_t definition;
 
 private:

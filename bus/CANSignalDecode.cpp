@@ -44,8 +44,9 @@ struct Frame {
         const unsigned bytes = unsigned(std::min<unsigned long>(classicLength(message.length), wordBytes));
         unsigned char first[wordBytes] = {};
         std::memcpy(first, message.payload, bytes);
-        for (int i = wordBytes - 1; i >= 0; --i)
-            classicWord = classicWord << 8 | first[i];
+        // The payload word is little endian, as the host is.
+        static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
+        std::memcpy(&classicWord, first, wordBytes);
     }
 
     uint8_t byte(unsigned index) const { return index < payloadCapacity ? ctm.payload[index] : 0; }
@@ -72,16 +73,16 @@ int findPdu(const Frame& frame, uint32_t pduId)
 // byte range beyond the bytes received).
 bool writeFrom(CANSignal& signal, const Frame& frame)
 {
-    const canSignalDef_t& definition = signal.definition;
-    if (!definition.canFD) {
+    const CANSignal::FrameLayout& layout = signal.d_layout;
+    if (!layout.canFD) {
         // Located by startbit over the frame, i.e. within its first 8 bytes.
         signal.write(frame.classicWord, frame.ctm.timestamp);
         return true;
     }
 
     unsigned pduOffset = 0;
-    if (definition.pduId) {
-        const int data = findPdu(frame, *definition.pduId);
+    if (layout.hasPduId) {
+        const int data = findPdu(frame, layout.pduId);
         if (data < 0) {
             if (BaseSignal::debug)
                 MessageLine::debug(cls, op, signal.def.instance, " not found");
@@ -90,13 +91,13 @@ bool writeFrom(CANSignal& signal, const Frame& frame)
         pduOffset = static_cast<uint8_t>(data);
     }
 
-    const unsigned first = definition.startByte + pduOffset;
-    if (frame.received < first + definition.numBytes) {
+    const unsigned first = layout.startByte + pduOffset;
+    if (frame.received < first + layout.numBytes) {
         if (BaseSignal::debug)
             MessageLine::debug(cls, op, signal.def.instance, ": payload to small");
         return false;
     }
-    signal.write(frame.ctm.payload + first, definition.numBytes, frame.ctm.timestamp);
+    signal.write(frame.ctm.payload + first, layout.numBytes, frame.ctm.timestamp);
     return true;
 }
 
@@ -125,11 +126,11 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
         if (BaseSignal::debug)
             MessageLine::debug(cls, op, "Multiplexed signal = ", signal->def.instance, ", id = 0x", std::hex, key,
                                std::dec);
-        if (signal->definition.canFD) {
+        if (signal->d_layout.canFD) {
             // Taken as it stands: no PDU, no length check and no identifier
             // reported. Only the part of the range inside the array is read.
-            const unsigned first = std::min<unsigned>(signal->definition.startByte, payloadCapacity);
-            const unsigned count = std::min<unsigned>(signal->definition.numBytes, payloadCapacity - first);
+            const unsigned first = std::min<unsigned>(signal->d_layout.startByte, payloadCapacity);
+            const unsigned count = std::min<unsigned>(signal->d_layout.numBytes, payloadCapacity - first);
             signal->write(frame.ctm.payload + first, count, frame.ctm.timestamp);
         } else {
             signal->write(frame.classicWord, frame.ctm.timestamp);
@@ -181,7 +182,7 @@ bool CANSignal::decodeMessage(const CANExtTraceMessage& ctm, std::vector<unsigne
         if (!writeFrom(*signal, frame))
             continue;
         ids.push_back(signal->id);
-        if (signal->definition.multiplexer)
+        if (signal->d_layout.multiplexer)
             decodeMultiplexed(*signal, frame, key, ids);
     }
     return !ids.empty();

@@ -125,6 +125,14 @@ private:
     void traceDecode(unsigned long payload, uint64_t item) const;
     // True when every byte the field touches lies in the 8-byte payload.
     bool fieldInsidePayload() const;
+    uint64_t accumulateBytes(unsigned long payload) const;
+
+    // How decode reaches the field, derived by cInit with the fields above:
+    // straight from the payload word (byte-swapped for big endian) with one
+    // shift, or byte by byte when the field reaches outside the word.
+    enum WordAccess : uint8_t { ByteByByte, LittleEndianWord, BigEndianWord };
+    WordAccess d_wordAccess = ByteByByte;
+    uint8_t d_wordShift = 0;
 };
 
 // Orders signals by instance name.
