@@ -22,3 +22,23 @@
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
+
+#include "bus/ByteRange.h"
+#include "bus/CANSignal.h"
+#include "bus/EthernetFrameHash.h"
+#include "bus/EthernetSignal.h"
+#include "bus/FlexRaySignal.h"
+#include "bus/LINSignal.h"
+
+#include "input/AnalogSignal.h"
+#include "input/DigitalSignal.h"
+#include "input/GPSSignal.h"
+#include "input/InputSignal.h"
+#include "input/KeyboardSignal.h"
+#include "input/LoggerStatusSignal.h"
+
+#include "expression/ExpParser.h"
+#include "expression/expFlexLexer.h"
+
+#include "event/EventParser.h"
+#include "event/eventFlexer.h"

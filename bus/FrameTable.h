@@ -6,8 +6,11 @@
 // after it stops.
 #pragma once
 
+#include "signal/MessageLine.h"
+
 #include <algorithm>
 #include <map>
+#include <ostream>
 #include <vector>
 
 template <class Key, class Signal>
@@ -52,4 +55,28 @@ public:
             entry = signals.empty() ? table.erase(entry) : std::next(entry);
         }
     }
+
+    // Writes the table as debug lines of `cls`::`op`, in ascending key order:
+    // the key in hexadecimal, then "[", each signal's print form followed by
+    // ",", "]" and an empty line. Callers test the debug level first.
+    static void dump(const Map& table, const char* cls, const char* op)
+    {
+        for (const auto& entry : table) {
+            MessageLine::debug(cls, op, std::hex, entry.first, std::dec);
+            MessageLine::debug(cls, op, "[", Listing{entry.second}, "]\n");
+        }
+    }
+
+private:
+    // The signals of one entry on one line, without building a string first.
+    struct Listing {
+        const std::vector<Signal*>& signals;
+
+        friend std::ostream& operator<<(std::ostream& os, const Listing& listing)
+        {
+            for (const Signal* signal : listing.signals)
+                os << *signal << ",";
+            return os;
+        }
+    };
 };

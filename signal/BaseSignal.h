@@ -88,6 +88,13 @@ public:
     static unsigned long instanceCounter;
     static SignalStorage defSignalStorage;
 
+    // The print form of a bus or input signal: the form of `signal`, ";",
+    // the form of its own `definition`, ";index=" and the identifier in
+    // hexadecimal. The stream is left in hexadecimal.
+    template <class Definition>
+    static std::ostream& printWithDefinition(std::ostream& os, const BaseSignal& signal,
+                                             const Definition& definition);
+
     signalSlot_t privateSlot;
     bool initSmData;
     key_t key;
@@ -116,6 +123,16 @@ private:
     void releaseSharedMemory();
     void traceValue(const char* operation, bool changed);
     void traceDecode(unsigned long payload, uint64_t item) const;
+    // True when every byte the field touches lies in the 8-byte payload.
+    bool fieldInsidePayload() const;
+    uint64_t accumulateBytes(unsigned long payload) const;
+
+    // How decode reaches the field, derived by cInit with the fields above:
+    // straight from the payload word (byte-swapped for big endian) with one
+    // shift, or byte by byte when the field reaches outside the word.
+    enum WordAccess : uint8_t { ByteByByte, LittleEndianWord, BigEndianWord };
+    WordAccess d_wordAccess = ByteByByte;
+    uint8_t d_wordShift = 0;
 };
 
 // Orders signals by instance name.
@@ -124,3 +141,9 @@ struct BaseSignalCompare {
 };
 
 std::ostream& operator<<(std::ostream& os, const BaseSignal& signal);
+
+template <class Definition>
+std::ostream& BaseSignal::printWithDefinition(std::ostream& os, const BaseSignal& signal, const Definition& definition)
+{
+    return os << signal << ';' << definition << ";index=" << std::hex << signal.id;
+}

@@ -53,6 +53,13 @@ void BaseSignal::cInit()
     for (int i = payloadBytes - 1; i >= 0; --i)
         d_rawMask = (d_rawMask << 8) | buffer[i];
 
+    d_wordAccess = ByteByByte;
+    d_wordShift = d_shift;
+    if (d_bytes != 0 && fieldInsidePayload()) {
+        d_wordAccess = def.endian ? BigEndianWord : LittleEndianWord;
+        d_wordShift = uint8_t(d_shift + 8 * (def.endian ? payloadBytes - 1 - d_startByte : d_startByte));
+    }
+
     if (debug)
         MessageLine::debug("BaseSignal", "cInit", def.instance, ":d_lsbBit=", std::dec, unsigned(d_lsbBit),
                            ",d_startByte=", unsigned(d_startByte), ",d_bytes=", unsigned(d_bytes),
@@ -63,25 +70,50 @@ void BaseSignal::cInit()
 
 void BaseSignal::decode(unsigned long payload)
 {
-    uint64_t item = 0;
-    if (d_bytes != 0) {
-        uint64_t acc = 0;
-        if (def.endian) {
-            // The lowest-numbered byte is the most significant.
-            for (int i = int(d_startByte) - (int(d_bytes) - 1); i <= int(d_startByte); ++i)
-                acc = (acc << 8) | payloadByte(payload, i);
-        } else {
-            // The highest-numbered byte is the most significant.
-            for (int i = int(d_startByte) + int(d_bytes) - 1; i >= int(d_startByte); --i)
-                acc = (acc << 8) | payloadByte(payload, i);
-        }
-        item = (acc >> d_shift) & d_maksBits;
-        if (def.type == SIGNAL_SIGNED && (item & d_signBit) != 0)
-            item = (acc >> d_shift) | ~d_maksBits;
+    uint64_t acc;
+    switch (d_wordAccess) {
+    case LittleEndianWord:
+        acc = payload;
+        break;
+    case BigEndianWord:
+        acc = __builtin_bswap64(payload);
+        break;
+    default:
+        acc = accumulateBytes(payload);
+        break;
     }
+    // Bytes beyond the field only reach bits that the mask clears or the
+    // sign extension sets, so the whole word serves as the accumulator.
+    uint64_t item = (acc >> d_wordShift) & d_maksBits;
+    // The sign bit first: most values never need the type looked up.
+    if ((item & d_signBit) != 0 && def.type == SIGNAL_SIGNED)
+        item = (acc >> d_wordShift) | ~d_maksBits;
     if (debug)
         traceDecode(payload, item);
     slot->raw = item;
+}
+
+uint64_t BaseSignal::accumulateBytes(unsigned long payload) const
+{
+    uint64_t acc = 0;
+    if (def.endian) {
+        // The lowest-numbered byte is the most significant.
+        for (int i = int(d_startByte) - (int(d_bytes) - 1); i <= int(d_startByte); ++i)
+            acc = (acc << 8) | payloadByte(payload, i);
+    } else {
+        // The highest-numbered byte is the most significant.
+        for (int i = int(d_startByte) + int(d_bytes) - 1; i >= int(d_startByte); --i)
+            acc = (acc << 8) | payloadByte(payload, i);
+    }
+    return acc;
+}
+
+bool BaseSignal::fieldInsidePayload() const
+{
+    if (d_bytes > payloadBytes)
+        return false;
+    return def.endian ? (d_startByte < payloadBytes && d_bytes <= d_startByte + 1)
+                      : (d_startByte + d_bytes <= payloadBytes);
 }
 
 void BaseSignal::traceDecode(unsigned long payload, uint64_t item) const

@@ -1,7 +1,12 @@
 #include "signal/MessageLine.h"
 
-void MessageLine::start(std::ostream& os, Level level, const char* cls, const char* op)
+const char* MessageLine::tag(Level level)
 {
     static const char* const tags[] = {"[ERROR] ", "[INFO] ", "[DEBUG] "};
-    os << tags[level] << cls << "::" << op << "() ";
+    return tags[level];
+}
+
+void MessageLine::start(std::ostream& os, Level level, const char* cls, const char* op)
+{
+    os << tag(level) << cls << "::" << op << "() ";
 }

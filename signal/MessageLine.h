@@ -36,11 +36,35 @@ public:
         LogUtil::printError(os, errnum);
     }
 
+    // A line that stops after its text: no line end, only a flush. Kept for
+    // the one message whose established form ends that way.
+    template <class... Args>
+    static void writeUnterminated(std::ostream& os, Level level, const char* cls, const char* op,
+                                  const Args&... args)
+    {
+        std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
+        start(os, level, cls, op);
+        (os << ... << args);
+        os << std::flush;
+    }
+
+    // A line whose text names its own origin ("[ERROR] expression parser:
+    // ..."): the level tag, the caller's text, a line end and a flush.
+    template <class... Args>
+    static void writeText(std::ostream& os, Level level, const Args&... args)
+    {
+        std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
+        os << tag(level);
+        (os << ... << args);
+        os << std::endl;
+    }
+
     // Debug lines always go to standard output.
     template <class... Args>
     static void debug(const char* cls, const char* op, const Args&... args);
 
 private:
+    static const char* tag(Level level);
     static void start(std::ostream& os, Level level, const char* cls, const char* op);
 };
 

@@ -23,9 +23,12 @@ struct MIITraceMessage {
     std::vector<uint8_t> frame;
     uint8_t channel = 0;
 
-    // Fills `info` from an Ethernet II frame carrying IPv4 with UDP or TCP.
-    // Returns false for anything it cannot analyse; reads at most `length`
-    // bytes of `data`.
+    // Fills `info` from an Ethernet II frame with up to two VLAN tags (the
+    // first tag's id is reported) carrying IPv4 with UDP or TCP; header
+    // options (IHL, TCP data offset) are skipped. A fragment other than the
+    // first has no transport header: ports stay 0 and the payload starts
+    // after the IP header. Returns false for anything else or a truncated
+    // frame (`info` may then be partly filled); reads at most `length` bytes.
     static bool analyzeFrame(const unsigned char* data, unsigned long length, miiFrameInfo_t& info);
 };
 

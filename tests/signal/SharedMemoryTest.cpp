@@ -150,7 +150,7 @@ TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
 {
     OutputCapture capture;
     const std::string escaping = "../" + uniqueInstanceName("escape");
-    for (const std::string name : {std::string("a/b"), escaping, std::string()}) {
+    for (const std::string& name : {std::string("a/b"), escaping, std::string()}) {
         capture.reset();
         SignalStorage storage;
         BaseSignal sig(sharedDefinition(name), true, &storage);

@@ -1,0 +1,206 @@
+// Decoding CAN, CAN FD (with PDUs) and LIN frames from a table of frames,
+// and the raw-record pre-filter. Each iteration decodes one frame, cycling
+// through the table so that the key lookup works on the whole map.
+// Counters: "per_signal" is the time per signal written, "allocs" the heap
+// allocations per frame (expected 0: `ids` has its capacity).
+#include "bus/CANSignal.h"
+#include "bus/LINSignal.h"
+
+#include <benchmark/benchmark.h>
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+std::atomic<long> allocations{0};
+}
+
+// Counting replacements of the global allocation functions. GCC cannot see
+// that new and delete below pair malloc with free, hence the pragma.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size)
+{
+    ++allocations;
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
+
+namespace {
+
+constexpr int signalsPerFrame = 8;
+constexpr int privateFrames = 200;
+// Every shared signal is a System V segment of its own; keep the count modest.
+constexpr int sharedFrames = 25;
+constexpr int pdusPerFrame = 4;
+constexpr int pduDataBytes = 12;
+
+std::string instanceName(const char* kind, int frame, int signal, bool shared)
+{
+    return std::string("rkbench_") + std::to_string(getpid()) + "_" + kind + "_" + std::to_string(frame) + "_" +
+           std::to_string(signal) + (shared ? "_shm" : "");
+}
+
+// Keeps the shared-memory INFO lines out of the benchmark report.
+struct Quiet {
+    Quiet() : saved(std::cout.rdbuf(nullptr)) {}
+    ~Quiet() { std::cout.rdbuf(saved); }
+    std::streambuf* saved;
+};
+
+// A table of frames with eight signals each: classic frames with one byte
+// per signal, or 64-byte CAN FD frames with four PDUs of two 32-bit signals.
+struct CanTable {
+    CanTable(bool fd, bool shared)
+    {
+        Quiet quiet;
+        const int frames = shared ? sharedFrames : privateFrames;
+        for (int f = 0; f < frames; ++f) {
+            const uint32_t msgId = 0x100 + f;
+            for (int k = 0; k < signalsPerFrame; ++k) {
+                canSignalDef_t def;
+                def.instance = instanceName(fd ? "fd" : "can", f, k, shared);
+                def.signal = "bench";
+                def.msgId = msgId;
+                def.canFD = fd;
+                def.bits = fd ? 32 : 8;
+                def.startbit = fd ? (k % 2) * 32 : k * 8;
+                def.scale = 0.5;
+                if (fd)
+                    def.pduId = 0x1000 + k / 2;
+                signals.push_back(std::make_unique<CANSignal>(def, shared, &storage));
+            }
+            messages.push_back(fd ? fdFrame(msgId) : classicFrame(msgId));
+        }
+    }
+    ~CanTable()
+    {
+        Quiet quiet;
+        for (auto& signal : signals) {
+            const std::string path = "/tmp/" + signal->def.instance;
+            const bool shared = signal->shmem;
+            signal.reset();
+            if (shared)
+                std::remove(path.c_str());
+        }
+    }
+
+    static CANExtTraceMessage classicFrame(uint32_t msgId)
+    {
+        CANExtTraceMessage ctm;
+        ctm.canId = msgId;
+        ctm.length = 8;
+        for (int i = 0; i < 8; ++i)
+            ctm.payload[i] = uint8_t(msgId + i);
+        return ctm;
+    }
+
+    static CANExtTraceMessage fdFrame(uint32_t msgId)
+    {
+        CANExtTraceMessage ctm;
+        ctm.canId = msgId;
+        ctm.frameFormat = 2;
+        ctm.length = 64;
+        for (int p = 0; p < pdusPerFrame; ++p) {
+            uint8_t* header = ctm.payload + p * (4 + pduDataBytes);
+            header[0] = 0, header[1] = 0x10, header[2] = uint8_t(p), header[3] = pduDataBytes;
+            for (int i = 0; i < pduDataBytes; ++i)
+                header[4 + i] = uint8_t(msgId + i);
+        }
+        return ctm;
+    }
+
+    SignalStorage storage;
+    std::vector<std::unique_ptr<CANSignal>> signals;
+    std::vector<CANExtTraceMessage> messages;
+};
+
+void countPerSignal(benchmark::State& state, long allocationsBefore)
+{
+    state.counters["per_signal"] =
+        benchmark::Counter(signalsPerFrame, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["allocs"] = benchmark::Counter(double(allocations - allocationsBefore),
+                                                  benchmark::Counter::kAvgIterations);
+}
+
+void BM_CANDecode(benchmark::State& state)
+{
+    CanTable table(state.range(0) != 0, state.range(1) != 0);
+    std::vector<unsigned long> ids;
+    ids.reserve(64);
+    size_t next = 0;
+    unsigned long timestamp = 0;
+    const long before = allocations;
+    for (auto _ : state) {
+        CANExtTraceMessage& ctm = table.messages[next];
+        ctm.timestamp = ++timestamp;
+        ++ctm.payload[4]; // keep the values changing
+        benchmark::DoNotOptimize(CANSignal::decodeMessage(ctm, ids, 0, &table.storage));
+        next = next + 1 == table.messages.size() ? 0 : next + 1;
+    }
+    countPerSignal(state, before);
+}
+
+void BM_CANSignalsInUse(benchmark::State& state)
+{
+    CanTable table(false, false);
+    // Half of the records name frames of the table, half do not.
+    std::vector<std::array<unsigned char, 22>> records(2 * privateFrames);
+    for (size_t r = 0; r < records.size(); ++r) {
+        records[r].fill(0);
+        const uint32_t msgId = 0x100 + uint32_t(r);
+        records[r][20] = uint8_t(msgId >> 8), records[r][21] = uint8_t(msgId);
+    }
+    size_t next = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(CANSignal::signalsInUse(records[next].data(), nullptr, 0, &table.storage));
+        next = next + 1 == records.size() ? 0 : next + 1;
+    }
+}
+
+void BM_LINDecode(benchmark::State& state)
+{
+    SignalStorage storage;
+    std::vector<std::unique_ptr<LINSignal>> signals;
+    std::vector<LINTraceMessage> messages(64);
+    for (uint8_t id = 0; id < 64; ++id) {
+        for (int k = 0; k < signalsPerFrame; ++k) {
+            linSignalDef_t def;
+            def.instance = instanceName("lin", id, k, false);
+            def.msgId = id;
+            def.bits = 8;
+            def.startbit = uint16_t(k * 8);
+            signals.push_back(std::make_unique<LINSignal>(def, false, &storage));
+        }
+        messages[id].protectedId = id;
+        messages[id].data.assign(8, id);
+    }
+    std::vector<unsigned long> ids;
+    ids.reserve(64);
+    size_t next = 0;
+    const long before = allocations;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(LINSignal::decodeMessage(messages[next], ids, 0, &storage));
+        next = (next + 1) % messages.size();
+    }
+    countPerSignal(state, before);
+}
+
+} // namespace
+
+BENCHMARK(BM_CANDecode)->ArgsProduct({{0, 1}, {0, 1}})->ArgNames({"fd_pdu", "shm"});
+BENCHMARK(BM_CANSignalsInUse);
+BENCHMARK(BM_LINDecode);

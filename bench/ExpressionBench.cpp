@@ -1,0 +1,104 @@
+// Trigger expressions: evaluation, edge triggering and construction.
+// The "allocs" counter is the number of heap allocations per iteration.
+#include "expression/ExpParser.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+size_t allocations = 0;
+
+} // namespace
+
+// Out of line, so that the compiler does not pair its built-in knowledge of
+// operator new with the free() below.
+__attribute__((noinline)) void* operator new(size_t size)
+{
+    ++allocations;
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+
+__attribute__((noinline)) void operator delete(void* p) noexcept { std::free(p); }
+__attribute__((noinline)) void operator delete(void* p, size_t) noexcept { std::free(p); }
+
+namespace {
+
+struct BenchSignals {
+    explicit BenchSignals(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            baseSignalDef_t def;
+            def.instance = "s" + std::to_string(i);
+            def.signal = def.instance;
+            def.bits = 16;
+            def.scale = 0.5;
+            signals.push_back(std::make_unique<BaseSignal>(def, false, &storage));
+            signals.back()->write(static_cast<unsigned long>(10 * i + 3), 1000 + i);
+        }
+    }
+    SignalStorage storage;
+    std::vector<std::unique_ptr<BaseSignal>> signals;
+};
+
+// Ten signal reads, twenty operators.
+const char* const tenSignals = "s0 + s1 * 2 > s2 - 3 && s3 / 4 <= 100 - 1 || -s4 + s5 % 7 == 0 && !(s6 >= 1) || "
+                               "s7 * s8 - s9 != 5";
+
+void reportAllocations(benchmark::State& state, size_t before)
+{
+    state.counters["allocs"] =
+        benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
+}
+
+void BM_getExpResult(benchmark::State& state)
+{
+    BenchSignals s(10);
+    ExpParser parser(tenSignals, false, &s.storage);
+    bool result = false;
+    const size_t before = allocations;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(parser.getExpResult(result));
+        benchmark::DoNotOptimize(result);
+    }
+    reportAllocations(state, before);
+    state.counters["steps"] = static_cast<double>(parser.program.size());
+}
+
+void BM_getTriggerEdge(benchmark::State& state)
+{
+    BenchSignals s(1);
+    ExpParser parser("s0 > 50", true, &s.storage);
+    unsigned long value = 0;
+    const size_t before = allocations;
+    for (auto _ : state) {
+        s.signals[0]->write(value, value);
+        value ^= 200; // rises on every other evaluation
+        benchmark::DoNotOptimize(parser.getTrigger());
+    }
+    reportAllocations(state, before);
+}
+
+void BM_construct(benchmark::State& state)
+{
+    BenchSignals s(2);
+    const size_t before = allocations;
+    for (auto _ : state) {
+        ExpParser parser("s0 > 50 && s1 == 1", false, &s.storage);
+        benchmark::DoNotOptimize(parser.program.data());
+    }
+    reportAllocations(state, before);
+}
+
+} // namespace
+
+BENCHMARK(BM_getExpResult);
+BENCHMARK(BM_getTriggerEdge);
+BENCHMARK(BM_construct);
