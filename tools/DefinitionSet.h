@@ -1,0 +1,28 @@
+// DefinitionSet: the signal definitions read from the tool's definition
+// files (DBC or JSON), one list per signal class, in file order. The tool
+// builds one signal object per record.
+#pragma once
+
+#include "bus/CANSignal.h"
+#include "bus/EthernetSignal.h"
+#include "bus/FlexRaySignal.h"
+#include "bus/LINSignal.h"
+#include "input/InputSignal.h"
+
+#include <vector>
+
+struct DefinitionSet {
+    std::vector<canSignalDef_t> can;
+    std::vector<linSignalDef_t> lin;
+    std::vector<flexRaySignalDef_t> flexRay;
+    std::vector<ethernetSignalDef_t> ethernet;
+    std::vector<inputSignalDef_t> digital;
+    std::vector<inputSignalDef_t> analog;
+    std::vector<inputSignalDef_t> keyboard;
+    std::vector<inputSignalDef_t> loggerStatus;
+    std::vector<inputSignalDef_t> gps;
+
+    // Appends every list of `other` to this set's lists.
+    void append(DefinitionSet&& other);
+    size_t size() const;
+};
