@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Installs the build tools and libraries the project needs, using apt-get.
+# Installs the build tools and libraries the project needs, using apt-get
+# (the tool's command-line and JSON libraries, and Python with canmatrix for
+# the differential decoding tests, included).
 # Quiet and quick when everything is already present; `apt-get update` runs
 # at most once, and only when something has to be installed.
 set -euo pipefail
@@ -8,6 +10,8 @@ packages=(
   cmake g++ make pkg-config
   flex bison libfl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  libcli11-dev nlohmann-json3-dev
+  python3 python3-canmatrix python3-can
 )
 
 missing=()
@@ -28,4 +32,4 @@ fi
 echo "bootstrap: installing ${missing[*]}" >&2
 export DEBIAN_FRONTEND=noninteractive
 $sudo apt-get update -qq >/dev/null
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+$sudo apt-get install -y -qq -o DPkg::Lock::Timeout=300 --no-install-recommends "${missing[@]}" >/dev/null
