@@ -19,7 +19,7 @@ void TableRowWriter::begin()
     out_.append("  ");
     padded("instance", instanceWidth_);
     out_.appendPadding(valueWidth - 5 + 2);
-    out_.append("value  unit  description\n");
+    out_.append("value unit (description)\n");
 }
 
 void TableRowWriter::signalRow(const SignalRow& row)

@@ -1,0 +1,246 @@
+#include "tools/DecodeCommand.h"
+
+#include "bus/CANSignal.h"
+#include "tools/CandumpReader.h"
+#include "tools/CsvRowWriter.h"
+#include "tools/DefinitionFiles.h"
+#include "tools/JsonlRowWriter.h"
+#include "tools/LineReader.h"
+#include "tools/OutputBuffer.h"
+#include "tools/ProgressBar.h"
+#include "tools/SignalSet.h"
+#include "tools/TableRowWriter.h"
+#include "tools/TriggerSet.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <set>
+
+namespace {
+
+constexpr int maxReportedBadLines = 10;
+
+struct Counts {
+    uint64_t lines = 0;
+    uint64_t frames = 0;
+    uint64_t framesWithSignals = 0;
+    uint64_t writes = 0;
+    uint64_t triggersFired = 0;
+    uint64_t badLines = 0;
+};
+
+bool parseChannelMap(const std::string& text, std::string& interface, uint8_t& channel)
+{
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 >= text.size())
+        return false;
+    const std::string number = text.substr(equals + 1);
+    if (number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos || std::stoul(number) > 255)
+        return false;
+    interface = text.substr(0, equals);
+    channel = uint8_t(std::stoul(number));
+    return true;
+}
+
+// One run of the command: the signals, triggers and output, and the loop
+// over the recordings.
+class DecodeRun {
+public:
+    explicit DecodeRun(const DecodeOptions& options) : options_(options), out_(STDOUT_FILENO, 1 << 18) {}
+
+    int run()
+    {
+        if (!prepare())
+            return 2;
+        if (writer_)
+            writer_->begin();
+        const auto started = std::chrono::steady_clock::now();
+        int status = 0;
+        for (const std::string& recording : options_.recordings)
+            if (!decodeRecording(recording))
+                status = 1;
+        if (writer_ && !writer_->finish())
+            std::cerr << "rksignal: writing the output failed" << std::endl;
+        summary(std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
+        return status;
+    }
+
+private:
+    bool prepare()
+    {
+        ids_.reserve(256);
+        for (const std::string& map : options_.channelMaps) {
+            std::string interface;
+            uint8_t channel = 0;
+            if (!parseChannelMap(map, interface, channel)) {
+                std::cerr << "rksignal: --channel " << map << ": expected IFACE=N with N from 0 to 255" << std::endl;
+                return false;
+            }
+            candump_.mapInterface(interface, channel);
+        }
+        DefinitionSet definitions;
+        std::string error;
+        if (!DefinitionFiles::read(options_.definitionFiles, definitions, error)) {
+            std::cerr << "rksignal: " << error << std::endl;
+            return false;
+        }
+        std::vector<std::string> problems;
+        signals_.build(definitions, problems);
+        for (const std::string& problem : problems)
+            std::cerr << "rksignal: warning: " << problem << std::endl;
+        signals_.select(options_.signalPatterns);
+        if (!triggers_.compile(options_.triggers, options_.edge, signals_, error)) {
+            std::cerr << "rksignal: " << error;
+            return false;
+        }
+        return chooseWriter();
+    }
+
+    bool chooseWriter()
+    {
+        std::string format = options_.format;
+        if (format.empty())
+            format = isatty(STDOUT_FILENO) ? "table" : "csv";
+        if (format == "table")
+            writer_ = std::make_unique<TableRowWriter>(out_, std::max<size_t>(signals_.longestShownInstance(), 8));
+        else if (format == "csv")
+            writer_ = std::make_unique<CsvRowWriter>(out_);
+        else if (format == "jsonl")
+            writer_ = std::make_unique<JsonlRowWriter>(out_);
+        else if (format != "none") {
+            std::cerr << "rksignal: --format " << format << ": expected table, csv, jsonl or none" << std::endl;
+            return false;
+        }
+        return true;
+    }
+
+    bool decodeRecording(const std::string& path)
+    {
+        LineReader reader(path);
+        if (!reader.isOpen()) {
+            std::perror(("rksignal: " + path).c_str());
+            return false;
+        }
+        ProgressBar progress(path, reader.fileSize());
+        std::string_view line;
+        while (reader.next(line)) {
+            ++counts_.lines;
+            progress.update(reader.bytesConsumed());
+            if (line.empty())
+                continue;
+            const char* reason = nullptr;
+            switch (candump_.parseLine(line, frame_, reason)) {
+            case CandumpReader::Frame:
+                decodeFrame();
+                break;
+            case CandumpReader::Skipped:
+                break;
+            case CandumpReader::Bad:
+                reportBadLine(path, reader.lineNumber(), line, reason);
+                break;
+            }
+        }
+        return true;
+    }
+
+    void decodeFrame()
+    {
+        ++counts_.frames;
+        if (!CANSignal::decodeMessage(frame_, ids_, 0, &signals_.storage()))
+            return;
+        ++counts_.framesWithSignals;
+        counts_.writes += ids_.size();
+        for (unsigned long id : ids_) {
+            SignalSet::Entry* entry = signals_.find(id);
+            if (entry == nullptr)
+                continue;
+            if (writer_ && entry->shown && (options_.allWrites || entry->signal->isModified()))
+                writeRow(*entry);
+            triggers_.touch(*entry);
+            if (options_.timeoutMs)
+                stale_.erase(id);
+        }
+        triggers_.evaluate([this](size_t index) {
+            ++counts_.triggersFired;
+            if (writer_)
+                writer_->triggerRow(triggers_.parser(index).getLastestTime(), triggers_.expression(index));
+        });
+        if (options_.timeoutMs && frame_.timestamp >= nextTimeoutCheck_)
+            checkTimeouts(frame_.timestamp);
+    }
+
+    void writeRow(SignalSet::Entry& entry)
+    {
+        double value = 0;
+        unsigned long timestamp = 0;
+        entry.signal->read(value, timestamp);
+        std::string description;
+        if (entry.describes)
+            description = entry.signal->getValueDescription(entry.signal->slot->raw);
+        writer_->signalRow({timestamp, entry.instance, value, entry.unit, description});
+    }
+
+    // Signals whose newest value is older than the time-out, each reported
+    // once until it is written again.
+    void checkTimeouts(uint64_t now)
+    {
+        const uint64_t timeout = options_.timeoutMs * 1000u;
+        nextTimeoutCheck_ = now + std::max<uint64_t>(timeout / 4, 1000);
+        if (now < timeout)
+            return;
+        BaseSignal::checkTimeout(now - timeout, staleIds_, &signals_.storage());
+        for (unsigned long id : staleIds_) {
+            if (!stale_.insert(id).second)
+                continue;
+            const SignalSet::Entry* entry = signals_.find(id);
+            if (writer_ && entry && entry->shown)
+                writer_->timeoutRow(now, entry->instance);
+        }
+    }
+
+    void reportBadLine(const std::string& path, uint64_t number, std::string_view line, const char* reason)
+    {
+        if (++counts_.badLines > maxReportedBadLines)
+            return;
+        std::cerr << "rksignal: " << path << ":" << number << ": bad line (" << reason << "): "
+                  << line.substr(0, 80) << (line.size() > 80 ? "..." : "") << std::endl;
+    }
+
+    void summary(double seconds) const
+    {
+        char text[512];
+        std::snprintf(text, sizeof text,
+                      "rksignal: %llu frames read, %llu with signals, %llu signal writes, %llu triggers fired, "
+                      "%llu bad lines; %.3f s, %.0f frames/s\n",
+                      (unsigned long long)counts_.frames, (unsigned long long)counts_.framesWithSignals,
+                      (unsigned long long)counts_.writes, (unsigned long long)counts_.triggersFired,
+                      (unsigned long long)counts_.badLines, seconds,
+                      seconds > 0 ? double(counts_.frames) / seconds : 0.0);
+        std::cerr << text;
+    }
+
+    const DecodeOptions& options_;
+    SignalSet signals_;
+    TriggerSet triggers_; // after the signals: destroyed before them
+    OutputBuffer out_;
+    std::unique_ptr<RowWriter> writer_;
+    CandumpReader candump_;
+    CANExtTraceMessage frame_;
+    std::vector<unsigned long> ids_;
+    std::vector<unsigned long> staleIds_;
+    std::set<unsigned long> stale_;
+    uint64_t nextTimeoutCheck_ = 0;
+    Counts counts_;
+};
+
+} // namespace
+
+int DecodeCommand::run(const DecodeOptions& options)
+{
+    DecodeRun run(options);
+    return run.run();
+}

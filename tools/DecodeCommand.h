@@ -1,0 +1,25 @@
+// DecodeCommand: `rksignal decode`, which decodes recordings into signal
+// values and trigger events through the library.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct DecodeOptions {
+    std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
+    std::vector<std::string> recordings;      // candump logs, "-" for standard input
+    std::vector<std::string> channelMaps;     // "IFACE=N"
+    std::string format;                       // table, csv, jsonl, none; empty: by terminal
+    bool allWrites = false;                   // a row for every write, not only changes
+    std::vector<std::string> signalPatterns;  // globs over instance names
+    std::vector<std::string> triggers;
+    bool edge = false;
+    unsigned long timeoutMs = 0;              // 0: no stale-value check
+};
+
+class DecodeCommand {
+public:
+    // Exit status: 0 done, 1 a recording could not be read, 2 bad options,
+    // definitions or expressions (nothing decoded then).
+    static int run(const DecodeOptions& options);
+};

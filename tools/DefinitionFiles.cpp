@@ -1,0 +1,58 @@
+#include "tools/DefinitionFiles.h"
+
+#include "tools/DbcDefinitions.h"
+#include "tools/DbcReader.h"
+#include "tools/JsonDefinitions.h"
+
+namespace {
+
+bool endsWith(const std::string& text, const std::string& suffix)
+{
+    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// "vehicle.dbc@2" -> ("vehicle.dbc", 2); no "@N" -> channel 1.
+bool splitChannel(const std::string& spec, std::string& path, unsigned& channel, std::string& error)
+{
+    path = spec;
+    channel = 1;
+    const size_t at = spec.rfind('@');
+    if (at == std::string::npos || !endsWith(spec.substr(0, at), ".dbc"))
+        return true;
+    const std::string number = spec.substr(at + 1);
+    if (number.empty() || number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos ||
+        std::stoul(number) > 255) {
+        error = spec + ": expected a channel number 0..255 after '@'";
+        return false;
+    }
+    path = spec.substr(0, at);
+    channel = unsigned(std::stoul(number));
+    return true;
+}
+
+} // namespace
+
+bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet& out, std::string& error)
+{
+    for (const std::string& spec : files) {
+        std::string path;
+        unsigned channel = 1;
+        if (!splitChannel(spec, path, channel, error))
+            return false;
+        if (endsWith(path, ".dbc")) {
+            DbcDatabase database;
+            if (!DbcReader::readFile(path, database, error))
+                return false;
+            DbcDefinitions::append(database, uint8_t(channel), out);
+        } else if (endsWith(path, ".json")) {
+            DefinitionSet fromJson;
+            if (!JsonDefinitions::readFile(path, fromJson, error))
+                return false;
+            out.append(std::move(fromJson));
+        } else {
+            error = path + ": unknown definition format (expected a .dbc or .json file)";
+            return false;
+        }
+    }
+    return true;
+}

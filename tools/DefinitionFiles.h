@@ -1,0 +1,17 @@
+// DefinitionFiles: reads the tool's definition files into one DefinitionSet.
+// A ".dbc" file holds CAN frames (its signals go on channel 1, or on channel
+// N when the name is followed by "@N"); a ".json" file holds definitions of
+// every kind (docs/definitions.md).
+#pragma once
+
+#include "tools/DefinitionSet.h"
+
+#include <string>
+#include <vector>
+
+class DefinitionFiles {
+public:
+    // False, with "<file>:<line>: <what>" or "<file>: <path>: <what>" in
+    // `error`, at the first file that cannot be read.
+    static bool read(const std::vector<std::string>& files, DefinitionSet& out, std::string& error);
+};
