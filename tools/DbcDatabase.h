@@ -41,4 +41,7 @@ struct DbcMessage {
 struct DbcDatabase {
     std::string file;
     std::vector<DbcMessage> messages;
+    // "<file>:<line>: ..." for constructs read but left out (signals longer
+    // than 64 bits, which no signal of the library can hold).
+    std::vector<std::string> warnings;
 };

@@ -36,7 +36,10 @@ std::string_view firstWord(std::string_view line)
 
 class DbcParser {
 public:
-    DbcParser(const std::string& text, DbcDatabase& database) : text_(text), db_(database) {}
+    DbcParser(const std::string& text, const std::string& fileName, DbcDatabase& database)
+        : text_(text), fileName_(fileName), db_(database)
+    {
+    }
 
     void run()
     {
@@ -221,9 +224,9 @@ private:
         expectChar(cursor, ':', line, "after the signal name");
         signal.startBit = expectUnsigned<uint16_t>(cursor, line, "start bit", 0xffff);
         expectChar(cursor, '|', line, "after the start bit");
-        signal.length = expectUnsigned<uint8_t>(cursor, line, "signal length", 0xff);
-        if (signal.length < 1 || signal.length > 64)
-            fail(line, "expected a signal length of 1 to 64 bits");
+        const uint64_t length = expectUnsigned<uint64_t>(cursor, line, "signal length", 0xffff);
+        const bool usable = length >= 1 && length <= 64;
+        signal.length = usable ? uint8_t(length) : 0;
         expectChar(cursor, '@', line, "after the signal length");
         const char order = cursor.peek();
         if (order != '0' && order != '1')
@@ -250,6 +253,11 @@ private:
             if (skippingMessage_)
                 return;
             fail(line, "expected BO_ before SG_");
+        }
+        if (!usable) {
+            db_.warnings.push_back(fileName_ + ":" + std::to_string(line) + ": signal " + signal.name + " is " +
+                                   std::to_string(length) + " bits long; only signals of 1 to 64 bits are decoded");
+            return;
         }
         current_->signals.push_back(std::move(signal));
     }
@@ -376,6 +384,7 @@ private:
     }
 
     const std::string& text_;
+    const std::string& fileName_;
     DbcDatabase& db_;
     size_t pos_ = 0;
     int line_ = 1;
@@ -394,8 +403,9 @@ bool DbcReader::parse(const std::string& text, const std::string& fileName, DbcD
 {
     database.file = fileName;
     database.messages.clear();
+    database.warnings.clear();
     try {
-        DbcParser(text, database).run();
+        DbcParser(text, fileName, database).run();
     } catch (const DbcError& problem) {
         error = fileName + ":" + std::to_string(problem.line) + ": " + problem.what;
         return false;

@@ -83,12 +83,12 @@ private:
             candump_.mapInterface(interface, channel);
         }
         DefinitionSet definitions;
+        std::vector<std::string> problems;
         std::string error;
-        if (!DefinitionFiles::read(options_.definitionFiles, definitions, error)) {
+        if (!DefinitionFiles::read(options_.definitionFiles, definitions, problems, error)) {
             std::cerr << "rksignal: " << error << std::endl;
             return false;
         }
-        std::vector<std::string> problems;
         signals_.build(definitions, problems);
         for (const std::string& problem : problems)
             std::cerr << "rksignal: warning: " << problem << std::endl;

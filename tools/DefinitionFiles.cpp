@@ -32,7 +32,8 @@ bool splitChannel(const std::string& spec, std::string& path, unsigned& channel,
 
 } // namespace
 
-bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet& out, std::string& error)
+bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet& out,
+                           std::vector<std::string>& warnings, std::string& error)
 {
     for (const std::string& spec : files) {
         std::string path;
@@ -44,6 +45,7 @@ bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet&
             if (!DbcReader::readFile(path, database, error))
                 return false;
             DbcDefinitions::append(database, uint8_t(channel), out);
+            warnings.insert(warnings.end(), database.warnings.begin(), database.warnings.end());
         } else if (endsWith(path, ".json")) {
             DefinitionSet fromJson;
             if (!JsonDefinitions::readFile(path, fromJson, error))

@@ -12,6 +12,8 @@
 class DefinitionFiles {
 public:
     // False, with "<file>:<line>: <what>" or "<file>: <path>: <what>" in
-    // `error`, at the first file that cannot be read.
-    static bool read(const std::vector<std::string>& files, DefinitionSet& out, std::string& error);
+    // `error`, at the first file that cannot be read. What was read but left
+    // out is appended to `warnings`.
+    static bool read(const std::vector<std::string>& files, DefinitionSet& out, std::vector<std::string>& warnings,
+                     std::string& error);
 };

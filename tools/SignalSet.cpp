@@ -35,6 +35,17 @@ SignalSet::SignalSet(bool sharedMemory) : sharedMemory_(sharedMemory) {}
 SignalSet::~SignalSet()
 {
     MessagesToStderr quiet;
+    // The tool's signals are all the signals of the process, so the
+    // class-wide frame tables hold nothing else: emptying them first spares
+    // each destructor its walk over every entry (quadratic for thousands of
+    // signals, as a large DBC gives).
+    CANSignal::canContainer.clear();
+    LINSignal::linContainer.clear();
+    FlexRaySignal::flexrayFrames.clear();
+    EthernetSignal::ethernetFrames.clear();
+    EthernetSignal::positiveList.clear();
+    EthernetSignal::negativeList.clear();
+    InputSignal::inputContainer.clear();
     // Children and mirrors go with their parents; the newest first, so that
     // nothing outlives what it refers to.
     while (!signals_.empty())

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <cstdlib>
 
 namespace {
 
@@ -93,8 +94,13 @@ bool TextCursor::readDouble(double& value)
         ++start;
     const char* first = text_.data() + start;
     const auto result = std::from_chars(first, text_.data() + text_.size(), value);
-    if (result.ec != std::errc())
+    if (result.ec == std::errc::result_out_of_range) {
+        // Beyond the range of doubles (seen in the limits of long text
+        // signals): take what strtod makes of it, an infinity or zero.
+        value = std::strtod(std::string(first, result.ptr).c_str(), nullptr);
+    } else if (result.ec != std::errc()) {
         return false;
+    }
     pos_ = start + size_t(result.ptr - first);
     return true;
 }

@@ -96,7 +96,6 @@ TEST(DbcReader, ErrorsNameFileLineAndWhatWasExpected)
         const char* error;
     } cases[] = {
         {"BO_ 1 A: 8 X\n SG_ S : 0|8@1+ (1,0 [0|0] \"\" X\n", "f.dbc:2: expected ')' after the offset"},
-        {"\n\nBO_ 1 A: 8 X\n SG_ S : 0|0@1+ (1,0) [0|0] \"\" X\n", "f.dbc:4: expected a signal length of 1 to 64 bits"},
         {"BO_ 1 A: 8 X\n SG_ S : 0|8@2+ (1,0) [0|0] \"\" X\n",
          "f.dbc:2: expected byte order 0 (big endian) or 1 (little endian) after '@'"},
         {" SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n", "f.dbc:1: expected BO_ before SG_"},
@@ -121,10 +120,16 @@ TEST(DbcReader, SkipsUnknownSectionsAndToleratesMissingSemicolons)
                        "BO_TX_BU_ 5 : X,Y;\n"
                        "EV_ Env: 0 [0|1] \"\" 0 1 DUMMY_NODE_VECTOR0 X;\n"
                        "CM_ BO_ 5 \"no semicolon\"\n"
-                       "BO_ 6 B: 8 X\n SG_ T : 7|8@0+ (1,0) [0|0] \"\" X\n";
+                       "BO_ 6 B: 8 X\n SG_ T : 7|8@0+ (1,0) [0|0] \"\" X\n"
+                       " SG_ Text : 8|1600@1+ (1,0) [0|4.4E+481] \"\" X\n"
+                       " SG_ Empty : 8|0@1+ (1,0) [0|1E-400] \"\" X\n";
     DbcDatabase db;
     std::string error;
     ASSERT_TRUE(DbcReader::parse(text, "f.dbc", db, error)) << error;
     ASSERT_EQ(db.messages.size(), 2u);
+    ASSERT_EQ(db.messages[1].signals.size(), 1u);
     EXPECT_EQ(db.messages[1].signals[0].name, "T");
+    EXPECT_EQ(db.warnings, (std::vector<std::string>{
+                               "f.dbc:8: signal Text is 1600 bits long; only signals of 1 to 64 bits are decoded",
+                               "f.dbc:9: signal Empty is 0 bits long; only signals of 1 to 64 bits are decoded"}));
 }
