@@ -42,8 +42,14 @@ bench: bootstrap
 	  echo "== $$b"; "$$b" $(BENCH_ARGS) || exit 1; \
 	done
 
+DEMO_SIGNALS := --signals 'Doors.*' --signals 'Transmission.Gear*' --signals 'EngineData.EngineState'
+DEMO_TRIGGERS := --trigger 'Doors.DoorFL == 1 && Doors.Locked == 0' \
+                 --trigger 'VehicleDynamics.VehicleSpeed > 50' --edge
+
 demo: build
-	$(BUILD)/examples/shared_memory_demo
+	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
+	$(BUILD)/tools/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
+	  $(DEMO_TRIGGERS) examples/drive.log
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
