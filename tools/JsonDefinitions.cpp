@@ -98,17 +98,6 @@ bool nonNegativeInteger(const json& value, uint64_t& number)
     return false;
 }
 
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Six two-digit hex octets separated by colons; the first octet is the first
 // on the wire and becomes bits 47..40.
 bool parseMac(const std::string& text, uint64_t& mac)
@@ -118,12 +107,12 @@ bool parseMac(const std::string& text, uint64_t& mac)
         return false;
     uint64_t value = 0;
     for (size_t octet = 0; octet < octets; ++octet) {
-        const size_t at = octet * 3;
-        const int high = hexDigit(text[at]);
-        const int low = hexDigit(text[at + 1]);
-        if (high < 0 || low < 0 || (octet > 0 && text[at - 1] != ':'))
+        const char* first = text.data() + octet * 3;
+        unsigned byte = 0;
+        const auto result = std::from_chars(first, first + 2, byte, 16);
+        if (result.ec != std::errc() || result.ptr != first + 2 || (octet > 0 && first[-1] != ':'))
             return false;
-        value = value << 8 | static_cast<uint64_t>(high << 4 | low);
+        value = value << 8 | byte;
     }
     mac = value;
     return true;
