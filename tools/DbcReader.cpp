@@ -1,10 +1,9 @@
 #include "tools/DbcReader.h"
 
 #include "tools/TextCursor.h"
+#include "tools/TextFile.h"
 
-#include <fstream>
 #include <set>
-#include <sstream>
 
 namespace {
 
@@ -415,12 +414,6 @@ bool DbcReader::parse(const std::string& text, const std::string& fileName, DbcD
 
 bool DbcReader::readFile(const std::string& path, DbcDatabase& database, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = path + ": cannot open the file";
-        return false;
-    }
-    std::ostringstream contents;
-    contents << in.rdbuf();
-    return parse(contents.str(), path, database, error);
+    std::string text;
+    return TextFile::read(path, text, error) && parse(text, path, database, error);
 }

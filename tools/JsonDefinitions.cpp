@@ -1,14 +1,14 @@
 #include "tools/JsonDefinitions.h"
 
+#include "tools/TextFile.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <set>
-#include <sstream>
 #include <utility>
 
 namespace {
@@ -576,12 +576,6 @@ bool JsonDefinitions::parse(const std::string& text, const std::string& fileName
 
 bool JsonDefinitions::readFile(const std::string& path, DefinitionSet& out, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = path + ": cannot open the file";
-        return false;
-    }
-    std::ostringstream contents;
-    contents << in.rdbuf();
-    return parse(contents.str(), path, out, error);
+    std::string text;
+    return TextFile::read(path, text, error) && parse(text, path, out, error);
 }

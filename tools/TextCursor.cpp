@@ -53,7 +53,8 @@ std::string_view TextCursor::readToken(std::string_view stops)
     return text_.substr(start, pos_ - start);
 }
 
-bool TextCursor::readUnsigned(uint64_t& value)
+template <class Integer>
+bool TextCursor::readInteger(Integer& value)
 {
     skipSpaces();
     const char* first = text_.data() + pos_;
@@ -64,16 +65,8 @@ bool TextCursor::readUnsigned(uint64_t& value)
     return true;
 }
 
-bool TextCursor::readSigned(int64_t& value)
-{
-    skipSpaces();
-    const char* first = text_.data() + pos_;
-    const auto result = std::from_chars(first, text_.data() + text_.size(), value);
-    if (result.ec != std::errc())
-        return false;
-    pos_ += size_t(result.ptr - first);
-    return true;
-}
+bool TextCursor::readUnsigned(uint64_t& value) { return readInteger(value); }
+bool TextCursor::readSigned(int64_t& value) { return readInteger(value); }
 
 bool TextCursor::readHex(uint64_t& value, size_t& digits)
 {

@@ -33,6 +33,9 @@ public:
     bool readQuoted(std::string& value);
 
 private:
+    template <class Integer>
+    bool readInteger(Integer& value);
+
     std::string_view text_;
     size_t pos_ = 0;
 };
