@@ -12,20 +12,20 @@ bool endsWith(const std::string& text, const std::string& suffix)
 }
 
 // "vehicle.dbc@2" -> ("vehicle.dbc", 2); no "@N" -> channel 1.
-bool splitChannel(const std::string& spec, std::string& path, unsigned& channel, std::string& error)
+bool splitChannel(const std::string& argument, std::string& path, unsigned& channel, std::string& error)
 {
-    path = spec;
+    path = argument;
     channel = 1;
-    const size_t at = spec.rfind('@');
-    if (at == std::string::npos || !endsWith(spec.substr(0, at), ".dbc"))
+    const size_t at = argument.rfind('@');
+    if (at == std::string::npos || !endsWith(argument.substr(0, at), ".dbc"))
         return true;
-    const std::string number = spec.substr(at + 1);
+    const std::string number = argument.substr(at + 1);
     if (number.empty() || number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos ||
         std::stoul(number) > 255) {
-        error = spec + ": expected a channel number 0..255 after '@'";
+        error = argument + ": expected a channel number 0..255 after '@'";
         return false;
     }
-    path = spec.substr(0, at);
+    path = argument.substr(0, at);
     channel = unsigned(std::stoul(number));
     return true;
 }
@@ -35,10 +35,10 @@ bool splitChannel(const std::string& spec, std::string& path, unsigned& channel,
 bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet& out,
                            std::vector<std::string>& warnings, std::string& error)
 {
-    for (const std::string& spec : files) {
+    for (const std::string& argument : files) {
         std::string path;
         unsigned channel = 1;
-        if (!splitChannel(spec, path, channel, error))
+        if (!splitChannel(argument, path, channel, error))
             return false;
         if (endsWith(path, ".dbc")) {
             DbcDatabase database;
