@@ -143,7 +143,8 @@ view is refreshed in place until Ctrl-C; with --once, or when the output is
 not a terminal, frames are plain rows.
 
 State: valid; "no value" (nothing written yet, or cleared); "locked" (the
-slot's lock stayed taken for 100 ms: its writer probably died holding it);
+slot's lock stayed taken through a bounded wait of at most 100 ms: its
+writer probably died holding it);
 "ended" (the writer removed the segment when it finished; the last value is
 shown until a new writer starts, which the watcher then follows).
 Age: how far the value's time stamp lies behind the newest one shown (time

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -88,6 +89,8 @@ TEST(LiveCommands, DecodeWritesSharedValuesThatWatchReadsFromAnotherProcess)
     EXPECT_EQ(runTool("decode --defs " + defs + " --keep " + log + " 2>/dev/null").status, 2);
     removeKeyFile(value);
     removeKeyFile(state);
+    std::remove(defs.c_str());
+    std::remove(log.c_str());
 }
 
 TEST(LiveCommands, WatchReportsALockedSlotAndRemovesOnlySegmentsItAloneUsed)
@@ -124,6 +127,7 @@ TEST(LiveCommands, WatchReportsALockedSlotAndRemovesOnlySegmentsItAloneUsed)
     EXPECT_FALSE(segmentExists(value));
     removeKeyFile(value);
     removeKeyFile(state);
+    std::remove(defs.c_str());
 }
 
 TEST(LiveCommands, CheckPrintsTheSignalsReadOrTheParserErrors)
