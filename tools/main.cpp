@@ -165,7 +165,7 @@ void addWatch(CLI::App& app, WatchOptions& options)
     watch->add_option("--interval", options.intervalMs, "Milliseconds between refreshes (default 500), e.g. --interval 100")
         ->type_name("MS")
         ->check(CLI::Range(1ul, 3600000ul));
-    watch->add_flag("--once", options.once, "Show the values once, as plain rows, and end");
+    watch->add_flag("--once", options.once, "Show the values once, as plain rows, and end, e.g. --once > values.txt");
     addRepeatable(*watch, "--signals", options.signalPatterns,
                   "Only instances matching the glob, e.g. --signals 'Engine*' (repeatable)", "PATTERN");
     watch->callback([&options] { throw CLI::RuntimeError(WatchCommand::run(options)); });
@@ -208,7 +208,7 @@ void addEvents(CLI::App& app, std::string& text)
 {
     CLI::App* events = app.add_subcommand("events", "Show the signal names an event description mentions");
     events->footer(eventsFooter);
-    events->add_option("text", text, "The event description, or - to read it from standard input")
+    events->add_option("text", text, "The event description, or - to read it from standard input, e.g. 'GPS.Speed > 80 && DI.3 == 1'")
         ->required()
         ->type_name("TEXT|-");
     events->callback([&text] { throw CLI::RuntimeError(EventsCommand::run(text)); });
