@@ -11,7 +11,7 @@ SANITIZE := -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-r
 SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
             UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 
-.PHONY: all bootstrap build test check bench demo install clean
+.PHONY: all bootstrap build test check bench demo demo-live install clean
 
 all: build
 
@@ -50,6 +50,24 @@ demo: build
 	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
 	$(BUILD)/tools/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
 	  $(DEMO_TRIGGERS) examples/drive.log
+	@$(MAKE) --no-print-directory demo-live
+
+# The live side: trigger checks, event descriptions, and values handed from a
+# decoding process to a watching one through shared memory.
+RKSIGNAL := $(BUILD)/tools/rksignal
+
+demo-live:
+	@echo "== rksignal check: which signals a trigger reads, or why it does not compile"
+	$(RKSIGNAL) check --defs examples/vehicle.dbc 'VehicleDynamics.VehicleSpeed > 50' \
+	  'Doors.DoorFL == 1 && Doors.Locked == 0' 'VehicleSpeed >' || echo "(exit status $$?: one does not compile)"
+	@echo "== rksignal events: the signal names an event description mentions"
+	$(RKSIGNAL) events 'CAN.signal3 > 5 && DI.010 == 1 || GPS.Speed > 80 && Logger.Timer > 60'
+	@echo "== rksignal decode --shm: the drive replayed at 32 times its pace into shared memory, kept at the end"
+	$(RKSIGNAL) decode --defs examples/vehicle.dbc --shm --keep --speed 32 --format none examples/drive.log 2>/dev/null
+	@echo "== rksignal watch --once: another process reads the last values"
+	$(RKSIGNAL) watch --defs examples/vehicle.dbc --once $(DEMO_SIGNALS) 2>/dev/null
+	@echo "== a writer without --keep takes the segments over and removes them when it ends"
+	$(RKSIGNAL) decode --defs examples/vehicle.dbc --shm --format none - </dev/null 2>/dev/null
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)

@@ -8,6 +8,7 @@
 #include "tools/LineReader.h"
 #include "tools/OutputBuffer.h"
 #include "tools/ProgressBar.h"
+#include "tools/ReplayPacer.h"
 #include "tools/SignalSet.h"
 #include "tools/TableRowWriter.h"
 #include "tools/TriggerSet.h"
@@ -46,11 +47,25 @@ bool parseChannelMap(const std::string& text, std::string& interface, uint8_t& c
     return true;
 }
 
+double replaySpeed(const DecodeOptions& options)
+{
+    if (options.speed > 0)
+        return options.speed;
+    return options.realtime ? 1.0 : 0.0;
+}
+
 // One run of the command: the signals, triggers and output, and the loop
 // over the recordings.
 class DecodeRun {
 public:
-    explicit DecodeRun(const DecodeOptions& options) : options_(options), out_(STDOUT_FILENO, 1 << 18) {}
+    explicit DecodeRun(const DecodeOptions& options)
+        : options_(options), signals_(options.sharedMemory), out_(STDOUT_FILENO, 1 << 18),
+          pacer_(replaySpeed(options), &out_)
+    {
+        // A writer removes its segments when it ends, unless asked to leave
+        // the last values for readers that come later.
+        BaseSignal::detachOnly = options.keepSegments;
+    }
 
     int run()
     {
@@ -149,6 +164,7 @@ private:
 
     void decodeFrame()
     {
+        pacer_.pace(frame_.timestamp);
         ++counts_.frames;
         if (!CANSignal::decodeMessage(frame_, ids_, 0, &signals_.storage()))
             return;
@@ -228,6 +244,7 @@ private:
     TriggerSet triggers_; // after the signals: destroyed before them
     OutputBuffer out_;
     std::unique_ptr<RowWriter> writer_;
+    ReplayPacer pacer_;
     CandumpReader candump_;
     CANExtTraceMessage frame_;
     std::vector<unsigned long> ids_;

@@ -15,6 +15,13 @@ struct DecodeOptions {
     std::vector<std::string> triggers;
     bool edge = false;
     unsigned long timeoutMs = 0;              // 0: no stale-value check
+    // Live replay: values in shared memory (instance names as keys), kept
+    // there after the run with keepSegments, at the recording's pace times
+    // speed (realtime alone: speed 1; a speed given implies realtime).
+    bool sharedMemory = false;
+    bool keepSegments = false;
+    bool realtime = false;
+    double speed = 0;
 };
 
 class DecodeCommand {

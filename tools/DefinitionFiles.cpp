@@ -4,6 +4,8 @@
 #include "tools/DbcReader.h"
 #include "tools/JsonDefinitions.h"
 
+#include <iostream>
+
 namespace {
 
 bool endsWith(const std::string& text, const std::string& suffix)
@@ -56,5 +58,18 @@ bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet&
             return false;
         }
     }
+    return true;
+}
+
+bool DefinitionFiles::readAndReport(const std::vector<std::string>& files, DefinitionSet& out)
+{
+    std::vector<std::string> warnings;
+    std::string error;
+    if (!read(files, out, warnings, error)) {
+        std::cerr << "rksignal: " << error << std::endl;
+        return false;
+    }
+    for (const std::string& warning : warnings)
+        std::cerr << "rksignal: warning: " << warning << std::endl;
     return true;
 }

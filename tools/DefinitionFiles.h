@@ -16,4 +16,7 @@ public:
     // out is appended to `warnings`.
     static bool read(const std::vector<std::string>& files, DefinitionSet& out, std::vector<std::string>& warnings,
                      std::string& error);
+    // As read, for a command of the tool: the error, or else each warning,
+    // goes to standard error as an "rksignal: " line.
+    static bool readAndReport(const std::vector<std::string>& files, DefinitionSet& out);
 };

@@ -1,5 +1,6 @@
 #include "tools/DefinitionSet.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -9,6 +10,14 @@ void moveAppend(std::vector<T>& to, std::vector<T>& from)
 {
     to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
     from.clear();
+}
+
+template <class T, class Keep>
+void retain(std::vector<T>& records, const Keep& keep)
+{
+    records.erase(std::remove_if(records.begin(), records.end(),
+                                 [&keep](const T& record) { return !keep(record.instance); }),
+                  records.end());
 }
 
 } // namespace
@@ -30,4 +39,17 @@ size_t DefinitionSet::size() const
 {
     return can.size() + lin.size() + flexRay.size() + ethernet.size() + digital.size() + analog.size() +
            keyboard.size() + loggerStatus.size() + gps.size();
+}
+
+void DefinitionSet::retainInstances(const std::function<bool(const std::string& instance)>& keep)
+{
+    retain(can, keep);
+    retain(lin, keep);
+    retain(flexRay, keep);
+    retain(ethernet, keep);
+    retain(digital, keep);
+    retain(analog, keep);
+    retain(keyboard, keep);
+    retain(loggerStatus, keep);
+    retain(gps, keep);
 }

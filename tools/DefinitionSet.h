@@ -9,6 +9,8 @@
 #include "bus/LINSignal.h"
 #include "input/InputSignal.h"
 
+#include <functional>
+#include <string>
 #include <vector>
 
 struct DefinitionSet {
@@ -25,4 +27,6 @@ struct DefinitionSet {
     // Appends every list of `other` to this set's lists.
     void append(DefinitionSet&& other);
     size_t size() const;
+    // Drops the records whose instance name `keep` refuses.
+    void retainInstances(const std::function<bool(const std::string& instance)>& keep);
 };

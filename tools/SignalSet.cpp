@@ -6,6 +6,7 @@
 #include "input/GPSSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
+#include "tools/SharedSegment.h"
 
 #include <fnmatch.h>
 
@@ -62,6 +63,8 @@ void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector
         }
         auto signal = std::make_unique<Signal>(definition, sharedMemory_, &storage_);
         if (signal->id == rejectedId) {
+            // Not even a reader that only detaches leaves its segment behind.
+            SharedSegment::removeIfOnlyEverOurs(signal->shmId);
             problems.push_back(definition.instance + ": definition rejected by the library (field too wide for "
                                "its frame or byte range, or unknown predefined name); not decoded");
             continue;
@@ -71,6 +74,14 @@ void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector
                 fileMultiplexed(*signal);
         signals_.push_back(std::move(signal));
     }
+}
+
+void SignalSet::buildAndReport(const DefinitionSet& definitions)
+{
+    std::vector<std::string> problems;
+    build(definitions, problems);
+    for (const std::string& problem : problems)
+        std::cerr << "rksignal: warning: " << problem << std::endl;
 }
 
 void SignalSet::fileMultiplexed(CANSignal& signal)
@@ -119,12 +130,18 @@ void SignalSet::index()
 
 void SignalSet::select(const std::vector<std::string>& patterns)
 {
-    for (Entry& entry : entries_) {
-        entry.shown = patterns.empty();
-        for (const std::string& pattern : patterns)
-            if (fnmatch(pattern.c_str(), entry.instance.c_str(), 0) == 0)
-                entry.shown = true;
-    }
+    for (Entry& entry : entries_)
+        entry.shown = selected(patterns, entry.instance);
+}
+
+bool SignalSet::selected(const std::vector<std::string>& patterns, const std::string& instance)
+{
+    if (patterns.empty())
+        return true;
+    for (const std::string& pattern : patterns)
+        if (fnmatch(pattern.c_str(), instance.c_str(), 0) == 0)
+            return true;
+    return false;
 }
 
 size_t SignalSet::longestShownInstance() const

@@ -34,6 +34,9 @@ public:
     // Builds one signal per record. Definitions the library rejects, and
     // duplicate instance names, are reported in `problems` and left out.
     void build(const DefinitionSet& definitions, std::vector<std::string>& problems);
+    // As build, with each problem written to standard error as a warning line
+    // of the tool.
+    void buildAndReport(const DefinitionSet& definitions);
 
     SignalStorage& storage() { return storage_; }
     size_t size() const { return entries_.size(); }
@@ -52,6 +55,8 @@ public:
     // Shows only the instances that match one of the glob patterns (all when
     // there are none).
     void select(const std::vector<std::string>& patterns);
+    // True when `instance` matches one of the glob patterns, or there are none.
+    static bool selected(const std::vector<std::string>& patterns, const std::string& instance);
     size_t longestShownInstance() const;
 
 private:

@@ -29,16 +29,12 @@ bool TriggerSet::compile(const std::vector<std::string>& expressions, bool edge,
     }
     for (const std::string& text : expressions) {
         std::string lines;
-        {
-            ErrorLines capture;
-            parsers_.push_back(std::make_unique<ExpParser>(text.c_str(), edge, &signals.storage()));
-            lines = capture.text();
-        }
-        const bool parsed = ExpParser::allExpParsers.count(parsers_.back().get()) != 0;
-        if (!parsed || !lines.empty()) {
+        std::unique_ptr<ExpParser> parser = compileOne(text, edge, signals.storage(), lines);
+        if (!parser) {
             error = "cannot compile trigger \"" + text + "\":\n" + lines;
             return false;
         }
+        parsers_.push_back(std::move(parser));
     }
     dirty_.assign(parsers_.size(), 0);
     pending_.reserve(parsers_.size());
@@ -47,4 +43,19 @@ bool TriggerSet::compile(const std::vector<std::string>& expressions, bool edge,
             if (SignalSet::Entry* entry = signals.find(signal->id))
                 entry->triggers.push_back(uint16_t(index));
     return true;
+}
+
+std::unique_ptr<ExpParser> TriggerSet::compileOne(const std::string& text, bool edge, SignalStorage& storage,
+                                                  std::string& errorLines)
+{
+    std::unique_ptr<ExpParser> parser;
+    {
+        ErrorLines capture;
+        parser = std::make_unique<ExpParser>(text.c_str(), edge, &storage);
+        errorLines = capture.text();
+    }
+    const bool parsed = ExpParser::allExpParsers.count(parser.get()) != 0;
+    if (!parsed || !errorLines.empty())
+        parser.reset();
+    return parser;
 }

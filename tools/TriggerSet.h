@@ -16,6 +16,12 @@ public:
     // is not loaded.
     bool compile(const std::vector<std::string>& expressions, bool edge, SignalSet& signals, std::string& error);
 
+    // Compiles one expression against `storage`. Null, with the parser's
+    // error lines in `errorLines`, when it does not parse or names a signal
+    // that the storage does not hold.
+    static std::unique_ptr<ExpParser> compileOne(const std::string& text, bool edge, SignalStorage& storage,
+                                                 std::string& errorLines);
+
     size_t size() const { return parsers_.size(); }
     ExpParser& parser(size_t index) { return *parsers_[index]; }
     const std::string& expression(size_t index) const { return parsers_[index]->expression; }

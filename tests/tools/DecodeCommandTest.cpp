@@ -1,43 +1,11 @@
 // `rksignal decode` as a user runs it: the built tool on small recordings.
+#include "ToolProcess.h"
+
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <fstream>
 #include <string>
 
 namespace {
-
-struct Result {
-    int status;
-    std::string output;
-};
-
-// Runs the tool with `arguments` (a shell fragment); standard error is kept
-// apart in `errorFile` unless the caller merges it.
-Result runTool(const std::string& arguments)
-{
-    const std::string command = std::string(RKSIGNAL_TOOL_PATH) + " " + arguments;
-    FILE* pipe = popen(command.c_str(), "r");
-    Result result{-1, ""};
-    if (pipe == nullptr)
-        return result;
-    char buffer[4096];
-    size_t got;
-    while ((got = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        result.output.append(buffer, got);
-    const int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
-
-std::string writeFile(const std::string& name, const std::string& text)
-{
-    const std::string path = testing::TempDir() + name;
-    std::ofstream(path) << text;
-    return path;
-}
 
 const char* const dbc = "BO_ 256 Speed: 8 ECU\n"
                         " SG_ Value : 0|16@1+ (0.5,0) [0|0] \"km/h\" X\n"
@@ -48,11 +16,11 @@ const char* const dbc = "BO_ 256 Speed: 8 ECU\n"
 
 TEST(DecodeCommand, RowsForChangesOrEveryWriteAndFormats)
 {
-    const std::string defs = writeFile("speed.dbc", dbc);
-    const std::string log = writeFile("speed.log", "(10.000000) can0 100#0A000000\n"
+    const std::string defs = writeTestFile("speed.dbc", dbc);
+    const std::string log = writeTestFile("speed.log", "(10.000000) can0 100#0A000000\n"
                                                    "(10.500000) can0 100#0A000100\n"
                                                    "(11.000000) can0 100#0B000100\n");
-    Result changes = runTool("decode --defs " + defs + " --format csv " + log + " 2>/dev/null");
+    ToolResult changes = runTool("decode --defs " + defs + " --format csv " + log + " 2>/dev/null");
     EXPECT_EQ(changes.status, 0);
     EXPECT_EQ(changes.output, "time,instance,value,unit,description\n"
                               "1970-01-01 00:00:10.000000,Speed.Value,5,km/h,\n"
@@ -60,13 +28,13 @@ TEST(DecodeCommand, RowsForChangesOrEveryWriteAndFormats)
                               "1970-01-01 00:00:10.500000,Speed.State,1,,run\n"
                               "1970-01-01 00:00:11.000000,Speed.Value,5.5,km/h,\n");
 
-    Result every = runTool("decode --defs " + defs + " --all --format csv --signals '*.Value' " + log + " 2>/dev/null");
+    ToolResult every = runTool("decode --defs " + defs + " --all --format csv --signals '*.Value' " + log + " 2>/dev/null");
     EXPECT_EQ(every.output, "time,instance,value,unit,description\n"
                             "1970-01-01 00:00:10.000000,Speed.Value,5,km/h,\n"
                             "1970-01-01 00:00:10.500000,Speed.Value,5,km/h,\n"
                             "1970-01-01 00:00:11.000000,Speed.Value,5.5,km/h,\n");
 
-    Result jsonl = runTool("decode --defs " + defs + " --format jsonl --signals Speed.State " + log + " 2>/dev/null");
+    ToolResult jsonl = runTool("decode --defs " + defs + " --format jsonl --signals Speed.State " + log + " 2>/dev/null");
     EXPECT_EQ(jsonl.output,
               "{\"time\":\"1970-01-01 00:00:10.000000\",\"us\":10000000,\"instance\":\"Speed.State\",\"value\":0,"
               "\"unit\":\"\",\"description\":\"idle\"}\n"
@@ -76,20 +44,20 @@ TEST(DecodeCommand, RowsForChangesOrEveryWriteAndFormats)
 
 TEST(DecodeCommand, TriggersInLevelAndEdgeMode)
 {
-    const std::string defs = writeFile("trigger.dbc", dbc);
-    const std::string log = writeFile("trigger.log", "(1.000000) can0 100#14000000\n"  // 10 km/h
+    const std::string defs = writeTestFile("trigger.dbc", dbc);
+    const std::string log = writeTestFile("trigger.log", "(1.000000) can0 100#14000000\n"  // 10 km/h
                                                      "(2.000000) can0 100#C8000000\n"  // 100
                                                      "(3.000000) can0 100#D2000000\n"  // 105
                                                      "(4.000000) can0 100#14000000\n"  // 10
                                                      "(5.000000) can0 100#C8000000\n"  // 100
                                                      "(6.000000) can0 200#C8000000\n"); // no signals
     const std::string base = "decode --defs " + defs + " --format csv --signals none --trigger 'Speed.Value > 50' ";
-    Result level = runTool(base + log + " 2>/dev/null");
+    ToolResult level = runTool(base + log + " 2>/dev/null");
     EXPECT_EQ(level.output, "time,instance,value,unit,description\n"
                             "1970-01-01 00:00:02.000000,TRIGGER,,,Speed.Value > 50\n"
                             "1970-01-01 00:00:03.000000,TRIGGER,,,Speed.Value > 50\n"
                             "1970-01-01 00:00:05.000000,TRIGGER,,,Speed.Value > 50\n");
-    Result edge = runTool(base + "--edge " + log + " 2>&1 >/dev/null");
+    ToolResult edge = runTool(base + "--edge " + log + " 2>&1 >/dev/null");
     EXPECT_NE(edge.output.find("6 frames read, 5 with signals, 10 signal writes, 2 triggers fired, 0 bad lines"),
               std::string::npos)
         << edge.output;
@@ -97,26 +65,26 @@ TEST(DecodeCommand, TriggersInLevelAndEdgeMode)
 
 TEST(DecodeCommand, BadInputsExitWithStatusTwoAndBadLinesAreCounted)
 {
-    const std::string defs = writeFile("bad.dbc", dbc);
-    const std::string broken = writeFile("broken.dbc", "BO_ 1 A: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0 \"\" X\n");
-    const std::string log = writeFile("bad.log", "(1.0) can0 100#00\nnot a frame\n(2.0) can0 100#0\n");
+    const std::string defs = writeTestFile("bad.dbc", dbc);
+    const std::string broken = writeTestFile("broken.dbc", "BO_ 1 A: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0 \"\" X\n");
+    const std::string log = writeTestFile("bad.log", "(1.0) can0 100#00\nnot a frame\n(2.0) can0 100#0\n");
 
-    Result badDbc = runTool("decode --defs " + broken + " " + log + " 2>&1");
+    ToolResult badDbc = runTool("decode --defs " + broken + " " + log + " 2>&1");
     EXPECT_EQ(badDbc.status, 2);
     EXPECT_NE(badDbc.output.find(broken + ":2: expected ']' after the maximum"), std::string::npos);
 
-    Result badExpression = runTool("decode --defs " + defs + " --trigger 'Speed.Value >' " + log + " 2>&1");
+    ToolResult badExpression = runTool("decode --defs " + defs + " --trigger 'Speed.Value >' " + log + " 2>&1");
     EXPECT_EQ(badExpression.status, 2);
     EXPECT_NE(badExpression.output.find("[ERROR] expression parser: line 1 syntax error"), std::string::npos);
 
-    Result unknownSignal = runTool("decode --defs " + defs + " --trigger 'Nope > 1' " + log + " 2>&1");
+    ToolResult unknownSignal = runTool("decode --defs " + defs + " --trigger 'Nope > 1' " + log + " 2>&1");
     EXPECT_EQ(unknownSignal.status, 2);
     EXPECT_NE(unknownSignal.output.find("Signal not found: Nope"), std::string::npos);
 
-    Result missing = runTool("decode --defs " + defs + " /nonexistent.log 2>&1");
+    ToolResult missing = runTool("decode --defs " + defs + " /nonexistent.log 2>&1");
     EXPECT_EQ(missing.status, 1);
 
-    Result lines = runTool("decode --defs " + defs + " --format none " + log + " 2>&1");
+    ToolResult lines = runTool("decode --defs " + defs + " --format none " + log + " 2>&1");
     EXPECT_EQ(lines.status, 0);
     EXPECT_NE(lines.output.find(log + ":2: bad line (expected a time stamp"), std::string::npos) << lines.output;
     EXPECT_NE(lines.output.find(log + ":3: bad line (expected up to 8 hexadecimal data bytes)"), std::string::npos);
@@ -126,13 +94,13 @@ TEST(DecodeCommand, BadInputsExitWithStatusTwoAndBadLinesAreCounted)
 
 TEST(DecodeCommand, StaleSignalsAreReportedOnceUntilWrittenAgain)
 {
-    const std::string defs = writeFile("stale.dbc", std::string(dbc) + "BO_ 512 Other: 1 X\n SG_ O : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    const std::string defs = writeTestFile("stale.dbc", std::string(dbc) + "BO_ 512 Other: 1 X\n SG_ O : 0|8@1+ (1,0) [0|0] \"\" X\n");
     std::string log = "(1.000000) can0 100#01000000\n";
     for (int i = 1; i <= 30; ++i) // only Other for three seconds
         log += "(" + std::to_string(1 + i / 10) + "." + std::to_string(i % 10) + "00000) can0 200#01\n";
     log += "(5.000000) can0 100#02000000\n";
-    const std::string path = writeFile("stale.log", log);
-    Result result = runTool("decode --defs " + defs + " --format csv --signals 'Speed.*' --timeout 1000 " + path +
+    const std::string path = writeTestFile("stale.log", log);
+    ToolResult result = runTool("decode --defs " + defs + " --format csv --signals 'Speed.*' --timeout 1000 " + path +
                             " 2>/dev/null");
     EXPECT_EQ(result.output, "time,instance,value,unit,description\n"
                              "1970-01-01 00:00:01.000000,Speed.Value,0.5,km/h,\n"
