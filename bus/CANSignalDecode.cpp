@@ -10,7 +10,6 @@
 #include "signal/MessageLine.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -18,7 +17,6 @@ const char cls[] = "CANSignal";
 const char op[] = "decodeMessage";
 
 constexpr unsigned payloadCapacity = sizeof(CANExtTraceMessage::payload);
-constexpr unsigned wordBytes = 8;
 
 // Classic signals are written with the CAN FD length code of long frames
 // rather than their length; the codec uses at most eight bytes either way.
@@ -36,24 +34,16 @@ unsigned long classicLength(uint8_t length)
 // One received frame, with what all of its signals are decoded from.
 struct Frame {
     explicit Frame(const CANExtTraceMessage& message)
-        : ctm(message), received(std::min<unsigned>(message.length, payloadCapacity))
+        : ctm(message), received(std::min<unsigned>(message.length, payloadCapacity)),
+          classicCode(classicLength(message.length))
     {
-        // What write(payload, classicLength(length)) hands the codec: the
-        // first bytes as a little-endian word, zeros past the length. Loaded
-        // once here instead of once per signal.
-        const unsigned bytes = unsigned(std::min<unsigned long>(classicLength(message.length), wordBytes));
-        unsigned char first[wordBytes] = {};
-        std::memcpy(first, message.payload, bytes);
-        // The payload word is little endian, as the host is.
-        static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
-        std::memcpy(&classicWord, first, wordBytes);
     }
 
     uint8_t byte(unsigned index) const { return index < payloadCapacity ? ctm.payload[index] : 0; }
 
     const CANExtTraceMessage& ctm;
-    unsigned received; // the bytes received that exist in the payload array
-    uint64_t classicWord = 0;
+    unsigned received;         // the bytes received that exist in the payload array
+    unsigned long classicCode; // the length classic signals are written with
 };
 
 // Offset of the data of PDU `pduId` among the bytes received, or -1. Only a
@@ -76,7 +66,8 @@ bool writeFrom(CANSignal& signal, const Frame& frame)
     const CANSignal::FrameLayout& layout = signal.d_layout;
     if (!layout.canFD) {
         // Located by startbit over the frame, i.e. within its first 8 bytes.
-        signal.write(frame.classicWord, frame.ctm.timestamp);
+        // Through the byte-array write, which subclasses may override.
+        signal.write(frame.ctm.payload, frame.classicCode, frame.ctm.timestamp);
         return true;
     }
 
@@ -133,7 +124,7 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
             const unsigned count = std::min<unsigned>(signal->d_layout.numBytes, payloadCapacity - first);
             signal->write(frame.ctm.payload + first, count, frame.ctm.timestamp);
         } else {
-            signal->write(frame.classicWord, frame.ctm.timestamp);
+            signal->write(frame.ctm.payload, frame.classicCode, frame.ctm.timestamp);
             ids.push_back(signal->id);
         }
     }

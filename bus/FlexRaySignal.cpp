@@ -177,8 +177,9 @@ FlexRaySignal::FlexRaySignal(FlexRaySignal* parent, const flexRaySignalDef_t& de
 
 FlexRaySignal::~FlexRaySignal()
 {
-    // A child finds its parent's entry gone already and passes silently.
-    if (!SignalRegistration::leave(this, storage->flexRaySignals, flexrayFrames))
+    // A child finds its parent's entry gone already and passes silently; a
+    // child built without a parent has no storage and was filed nowhere.
+    if (storage != nullptr && !SignalRegistration::leave(this, storage->flexRaySignals, flexrayFrames))
         MessageLine::write(std::cout, MessageLine::Error, className, "~FlexRaySignal", def.instance,
                            " instance not found in vector");
     // Children share this signal's slot: they go before the slot is released.

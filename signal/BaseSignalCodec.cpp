@@ -184,12 +184,14 @@ bool BaseSignal::write(unsigned long payload, unsigned long timestamp)
 
 bool BaseSignal::write(const unsigned char* data, unsigned long length, unsigned long timestamp)
 {
-    unsigned char bytes[payloadBytes] = {};
-    if (length > 0)
-        std::memcpy(bytes, data, length < payloadBytes ? length : payloadBytes);
+    // The payload word is little endian, as the host is: byte 0 lands in the
+    // low byte, and the bytes past the length stay zero.
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
     uint64_t payload = 0;
-    for (int i = payloadBytes - 1; i >= 0; --i)
-        payload = (payload << 8) | bytes[i];
+    if (length >= payloadBytes)
+        std::memcpy(&payload, data, payloadBytes);
+    else if (length > 0)
+        std::memcpy(&payload, data, length);
     return write(payload, timestamp);
 }
 

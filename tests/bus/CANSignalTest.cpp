@@ -29,6 +29,18 @@ CANExtTraceMessage frame(uint32_t canId, uint8_t length, uint32_t format = 0)
     return ctm;
 }
 
+// Records the length each byte-array write is handed.
+struct LengthSpy : CANSignal {
+    using CANSignal::CANSignal;
+    bool write(const unsigned char* data, unsigned long length, unsigned long timestamp) override
+    {
+        lengths.push_back(length);
+        return CANSignal::write(data, length, timestamp);
+    }
+    using CANSignal::write;
+    std::vector<unsigned long> lengths;
+};
+
 unsigned long rawOf(BaseSignal& signal)
 {
     unsigned long raw = 0, ts = 0;
@@ -122,12 +134,14 @@ TEST(CANDecode, ClassicFrames)
     EXPECT_TRUE(ids.empty());
 
     // A classic definition on an FD frame (its identifier adds into the FD
-    // flag) sees the first eight bytes of long frames; short frames zero-fill.
-    CANSignal onFD(canDef("onFD", 0x40000100, 56, 8), false, &storage);
+    // flag) is written through the byte-array write with the frame's length
+    // code and sees the first eight bytes of long frames; short frames zero-fill.
+    LengthSpy onFD(canDef("onFD", 0x40000100, 56, 8), false, &storage);
     for (uint8_t length : {20, 200, 3}) {
         EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, length, 2), ids, 0, &storage));
         EXPECT_EQ(rawOf(onFD), length > 7 ? 7u : 0u);
     }
+    EXPECT_EQ(onFD.lengths, (std::vector<unsigned long>{11, 15, 3}));
 }
 
 TEST(CANDecode, CanFDByteRangesAndPdus)

@@ -113,6 +113,11 @@ TEST(FlexRaySignal, ChildrenShareTheSlotAndIdentifier)
     EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty());
     EXPECT_TRUE(storage.flexRaySignals.empty());
     removeKeyFile(name);
+
+    capture.reset();
+    delete new FlexRaySignal(nullptr, definition("orphan", {at(0, 1)})); // reported, filed nowhere
+    EXPECT_EQ(capture.out(), "[ERROR] BaseSignal::BaseSignal() no parent\n");
+    EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty());
 }
 
 TEST(FlexRaySignal, UpdateBitsSegmentsAndLengthLimit)
