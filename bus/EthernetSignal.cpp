@@ -5,6 +5,7 @@
 #include "bus/ByteRange.h"
 #include "bus/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/SignalRegistration.h"
 
 #include <iostream>
 
@@ -34,7 +35,6 @@ EthernetSignal::EthernetSignal(const ethernetSignalDef_t& def, bool shmem, Signa
         id = rejectedId;
         return;
     }
-    id = instanceCounter++ + ethernetKindBit;
     if (!registerIdentifier())
         return;
     // A definition without positions is registered but bound to no frame.
@@ -76,14 +76,14 @@ EthernetSignal::~EthernetSignal()
 
 bool EthernetSignal::registerIdentifier()
 {
-    if (!storage->instancesById.emplace(id, this).second) {
-        MessageLine::write(std::cout, MessageLine::Error, className, className, "gpId 0x", std::hex, id, std::dec,
-                           " already exists");
-        id = rejectedId;
-        return false;
-    }
-    SignalsByKey::append(storage->ethernetSignals, id, this);
-    return true;
+    // On a clash the storage's Ethernet table keeps its new entry; the
+    // destructor finds it by pointer.
+    if (SignalRegistration::enter(this, ethernetKindBit, storage->ethernetSignals))
+        return true;
+    MessageLine::write(std::cout, MessageLine::Error, className, className, "gpId 0x", std::hex, id, std::dec,
+                       " already exists");
+    id = rejectedId;
+    return false;
 }
 
 void EthernetSignal::bindPosition(unsigned char channel)
@@ -108,10 +108,16 @@ void EthernetSignal::buildChildren()
 
 void EthernetSignal::unregister()
 {
-    if (storage != nullptr &&
-        SignalsByKey::removeFirst(storage->ethernetSignals, id, this) == SignalsByKey::NotInVector)
-        MessageLine::write(std::cout, MessageLine::Error, className, "~EthernetSignal", definition.instance,
-                           " instance not found in vector");
+    if (storage != nullptr) {
+        const auto removed = SignalsByKey::removeFirst(storage->ethernetSignals, id, this);
+        if (removed == SignalsByKey::NotInVector)
+            MessageLine::write(std::cout, MessageLine::Error, className, "~EthernetSignal", definition.instance,
+                               " instance not found in vector");
+        // A signal whose identifier clashed is filed under the identifier it
+        // was given first, not under its all-ones one.
+        else if (removed == SignalsByKey::KeyAbsent && id == rejectedId)
+            SignalsByKey::removeEverywhere(storage->ethernetSignals, this);
+    }
     SignalsByPosition::removeEverywhere(ethernetFrames, this);
     // Cached decisions may name this signal while other signals live on:
     // purge it, and let a frame left with no signal be decided afresh.

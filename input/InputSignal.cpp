@@ -92,9 +92,10 @@ void InputSignal::reportUnknownName(const char* cls, const char* op) const
 
 void InputSignal::traceCreated(const char* cls, const char* op, bool printForm) const
 {
-    MessageLine::debug(cls, op, def.instance, " created ", shmem ? "(shared memory)" : "");
     if (printForm)
-        MessageLine::debug(cls, op, *this);
+        MessageLine::debug(cls, op, def.instance, " created ", shmem ? "(shared memory)" : "", *this);
+    else
+        MessageLine::debug(cls, op, def.instance, " created ", shmem ? "(shared memory)" : "");
 }
 
 void InputSignal::setUnit(const std::string& unit)

@@ -92,7 +92,8 @@ protected:
     void fileUnder(uint64_t key);
     // The error line of a name that is not one of the predefined inputs.
     void reportUnknownName(const char* cls, const char* op) const;
-    // The debug line of a signal built; with `printForm` also its print form.
+    // The debug line of a signal built; with `printForm` its print form
+    // follows on the same line.
     void traceCreated(const char* cls, const char* op, bool printForm) const;
     // Sets unit and value descriptions in both copies of the definition.
     void setUnit(const std::string& unit);

@@ -139,4 +139,14 @@ TEST(InputConstruction, IdentifiersNamesAndClashes)
     EXPECT_EQ(clash.id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance(digital.id, &storage), &digital);
     EXPECT_EQ(InputSignal::inputContainer.at(0x0400000000000000UL).size(), 1u);
+
+    // The created line carries the print form on the same line.
+    capture.reset();
+    BaseSignal::debug = 1;
+    KeyboardSignal traced(inputDef("RC.F1"), false, &storage);
+    BaseSignal::debug = 0;
+    const std::string out = capture.out();
+    const size_t line = out.find("[DEBUG] InputSignal::KeyboardSignal() RC.F1 created instance=RC.F1,");
+    EXPECT_NE(line, std::string::npos) << out;
+    EXPECT_EQ(out.find('\n', line), out.size() - 1) << out; // and it is the last line
 }
