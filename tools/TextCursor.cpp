@@ -113,3 +113,34 @@ bool TextCursor::readQuoted(std::string& value)
     }
     return false; // unterminated
 }
+
+bool TextCursor::readTimestamp(uint64_t& micros)
+{
+    skipSpaces();
+    const char* p = text_.data() + pos_;
+    if (!scanTimestamp(p, text_.data() + text_.size(), micros))
+        return false;
+    pos_ = size_t(p - text_.data());
+    return true;
+}
+
+bool TextCursor::scanHexBytes(std::string_view text, uint8_t* out, size_t limit, size_t& length)
+{
+    size_t count = 0;
+    for (size_t i = 0; i < text.size();) {
+        if (text[i] == '.') {
+            ++i;
+            continue;
+        }
+        if (i + 1 >= text.size() || count == limit)
+            return false;
+        const int high = hexDigit(text[i]);
+        const int low = hexDigit(text[i + 1]);
+        if (high < 0 || low < 0)
+            return false;
+        out[count++] = static_cast<uint8_t>(high * 16 + low);
+        i += 2;
+    }
+    length = count;
+    return true;
+}
