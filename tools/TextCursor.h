@@ -2,6 +2,7 @@
 // end. Shared by the tool's readers (DBC, candump, NMEA and trace lines).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -14,6 +15,14 @@ public:
     char peek() const { return atEnd() ? '\0' : text_[pos_]; }
     size_t position() const { return pos_; }
     std::string_view rest() const { return text_.substr(pos_); }
+    // The rest of the text after spaces, consumed.
+    std::string_view readRest()
+    {
+        skipSpaces();
+        const std::string_view text = rest();
+        pos_ = text_.size();
+        return text;
+    }
 
     void skipSpaces();
     // Consumes `c` (after spaces) when it is next.
@@ -36,16 +45,7 @@ public:
     bool readTimestamp(uint64_t& micros);
 
     // The value of a hexadecimal digit, -1 for any other character.
-    static int hexDigit(char c)
-    {
-        if (c >= '0' && c <= '9')
-            return c - '0';
-        if (c >= 'a' && c <= 'f')
-            return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F')
-            return c - 'A' + 10;
-        return -1;
-    }
+    static int hexDigit(char c) { return hexDigits[static_cast<unsigned char>(c)]; }
 
     // "(<seconds>.<fraction>)" at [p, end) to microseconds; fraction digits
     // beyond six are cut. Advances `p` past it on success. Inline because
@@ -86,6 +86,8 @@ public:
     static bool scanHexBytes(std::string_view text, uint8_t* out, size_t limit, size_t& length);
 
 private:
+    static const std::array<int8_t, 256> hexDigits;
+
     static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
     template <class Integer>

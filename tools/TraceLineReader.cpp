@@ -230,10 +230,8 @@ bool TraceLineReader::system(TextCursor& cursor, RecordedMessage& message, const
         return fail(reason, "expected a message code 0..4294967295");
     // The text is the rest of the line (for the status, start and timer
     // codes a decimal number).
-    cursor.skipSpaces();
-    const std::string_view text = cursor.rest();
+    const std::string_view text = cursor.readRest();
     message.system.text.assign(text.data(), text.size());
-    cursor.consumeWord(text);
     return true;
 }
 
