@@ -118,10 +118,8 @@ void PcapRecording::readFailed()
 PcapRecording::Result PcapRecording::convert(const pcap_pkthdr& header, const unsigned char* data,
                                              const char*& reason)
 {
-    if (header.ts.tv_sec < 0 || header.ts.tv_usec < 0) {
-        reason = "time stamp before 1970";
-        return Bad;
-    }
+    if (header.ts.tv_sec < 0 || header.ts.tv_usec < 0)
+        return bad(reason, "time stamp before 1970");
     const uint64_t timestamp = uint64_t(header.ts.tv_sec) * 1000000u + uint64_t(header.ts.tv_usec);
     Result result = Skipped;
     switch (linkType_) {
@@ -158,10 +156,8 @@ PcapRecording::Result PcapRecording::ethernet(const unsigned char* data, uint32_
 // payload.
 PcapRecording::Result PcapRecording::socketCan(const unsigned char* data, uint32_t length, const char*& reason)
 {
-    if (length < socketCanHeaderBytes) {
-        reason = "shorter than the 8-byte SocketCAN header";
-        return Bad;
-    }
+    if (length < socketCanHeaderBytes)
+        return bad(reason, "shorter than the 8-byte SocketCAN header");
     const uint32_t id = bigEndian32(data);
     const uint8_t payloadLength = data[4], flags = data[5];
     if (payloadLength & canXlFrame)
@@ -173,14 +169,10 @@ PcapRecording::Result PcapRecording::socketCan(const unsigned char* data, uint32
     const bool markedFd = (flags & canFdFrame) && (flags & ~(canFdBitRateSwitch | canFdErrorState | canFdFrame)) == 0 &&
                           data[6] == 0 && data[7] == 0;
     const bool fd = markedFd || payloadLength > 8;
-    if (payloadLength > 64) {
-        reason = "payload length beyond 64 bytes";
-        return Bad;
-    }
-    if (length - socketCanHeaderBytes < payloadLength) {
-        reason = "payload shorter than its length field";
-        return Bad;
-    }
+    if (payloadLength > 64)
+        return bad(reason, "payload length beyond 64 bytes");
+    if (length - socketCanHeaderBytes < payloadLength)
+        return bad(reason, "payload shorter than its length field");
     const bool extended = id & canExtendedFlag;
     CANExtTraceMessage& can = message_.can;
     message_.kind = RecordedMessage::Can;
@@ -199,28 +191,20 @@ PcapRecording::Result PcapRecording::socketCan(const unsigned char* data, uint32
 // 6-bit cycle count) and the payload.
 PcapRecording::Result PcapRecording::flexRay(const unsigned char* data, uint32_t length, const char*& reason)
 {
-    if (length < 2) {
-        reason = "shorter than the FlexRay measurement header";
-        return Bad;
-    }
+    if (length < 2)
+        return bad(reason, "shorter than the FlexRay measurement header");
     if ((data[0] & 0x7f) != flexRayFrameType || (data[1] & 0x1f) != 0)
         return Skipped; // a symbol, or a frame received with errors
-    if (length < flexRayHeaderBytes) {
-        reason = "shorter than the FlexRay frame header";
-        return Bad;
-    }
+    if (length < flexRayHeaderBytes)
+        return bad(reason, "shorter than the FlexRay frame header");
     if (!(data[2] & flexRayNotNullFrame))
         return Skipped; // a null frame carries no data
     const uint16_t slot = uint16_t((data[2] & 0x07) << 8 | data[3]);
     const uint32_t payloadLength = data[4] & 0xfeu; // words, times two
-    if (slot == 0) {
-        reason = "frame identifier 0";
-        return Bad;
-    }
-    if (length - flexRayHeaderBytes < payloadLength) {
-        reason = "payload shorter than its length field";
-        return Bad;
-    }
+    if (slot == 0)
+        return bad(reason, "frame identifier 0");
+    if (length - flexRayHeaderBytes < payloadLength)
+        return bad(reason, "payload shorter than its length field");
     FlexRayExtTraceMessage& frame = message_.flexRay;
     message_.kind = RecordedMessage::FlexRay;
     const bool isStatic = slot < staticSlots_.size() && staticSlots_[slot];
@@ -239,21 +223,15 @@ PcapRecording::Result PcapRecording::flexRay(const unsigned char* data, uint32_t
 // protected identifier, the checksum, error flags; then the payload.
 PcapRecording::Result PcapRecording::lin(const unsigned char* data, uint32_t length, const char*& reason)
 {
-    if (length < linHeaderBytes) {
-        reason = "shorter than the 8-byte LIN header";
-        return Bad;
-    }
+    if (length < linHeaderBytes)
+        return bad(reason, "shorter than the 8-byte LIN header");
     const uint32_t payloadLength = data[4] >> 4;
     if (((data[4] >> 2) & 0x03) != linFrame || data[7] != 0)
         return Skipped; // an event (sleep, wake-up), or a frame received with errors
-    if (payloadLength > 8) {
-        reason = "payload length beyond 8 bytes";
-        return Bad;
-    }
-    if (length - linHeaderBytes < payloadLength) {
-        reason = "payload shorter than its length field";
-        return Bad;
-    }
+    if (payloadLength > 8)
+        return bad(reason, "payload length beyond 8 bytes");
+    if (length - linHeaderBytes < payloadLength)
+        return bad(reason, "payload shorter than its length field");
     LINTraceMessage& lin = message_.lin;
     message_.kind = RecordedMessage::Lin;
     lin.data.assign(data + linHeaderBytes, data + linHeaderBytes + payloadLength);

@@ -51,6 +51,11 @@ public:
 
 private:
     enum Result { Message, Skipped, Bad };
+    static Result bad(const char*& reason, const char* text)
+    {
+        reason = text;
+        return Bad;
+    }
 
     Result convert(const pcap_pkthdr& header, const unsigned char* data, const char*& reason);
     Result ethernet(const unsigned char* data, uint32_t length);

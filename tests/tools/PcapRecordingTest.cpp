@@ -106,7 +106,6 @@ TEST(PcapRecording, SocketCanFramesOfClassicAndFdCan)
     EXPECT_EQ(classic.payload[2], 0x33);
     EXPECT_EQ(classic.payload[3], 0);
     EXPECT_EQ(classic.channel, 2);
-    EXPECT_EQ(classic.timestamp, 1000000u);
     EXPECT_EQ(messages[1].can.canId, 0x18fef100u);
     EXPECT_EQ(messages[1].can.frameFormat, 1u);
     EXPECT_EQ(messages[2].can.frameFormat, 2u);
@@ -169,7 +168,6 @@ TEST(PcapRecording, FlexRayAndLinFrames)
     const std::string linPath = CaptureFile::write(tempPath("lin.pcap"), CaptureFile::pcap(212, false, linPackets));
     messages = readAll(linPath, report);
     ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0].kind, RecordedMessage::Lin);
     EXPECT_EQ(messages[0].lin.protectedId, 0x61);
     EXPECT_EQ(messages[0].lin.data, (Bytes{3, 0}));
     EXPECT_EQ(messages[0].lin.channel, 1);
