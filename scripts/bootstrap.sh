@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build tools and libraries the project needs, using apt-get
-# (the tool's command-line and JSON libraries, and Python with canmatrix for
-# the differential decoding tests, included).
+# (the tool's command-line, JSON and capture (libpcap) libraries, and Python
+# with canmatrix for the differential decoding tests, included).
 # Quiet and quick when everything is already present; `apt-get update` runs
 # at most once, and only when something has to be installed.
 set -euo pipefail
@@ -10,7 +10,7 @@ packages=(
   cmake g++ make pkg-config
   flex bison libfl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libcli11-dev nlohmann-json3-dev
+  libcli11-dev nlohmann-json3-dev libpcap-dev
   python3 python3-canmatrix python3-can
 )
 

@@ -1,24 +1,13 @@
 #include "tools/CandumpReader.h"
 
-#include <cstring>
+#include "tools/TextCursor.h"
 
+#include <cstring>
 
 namespace {
 
 constexpr uint32_t errorFrameFlag = 0x20000000u;
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
 // A hand-written scan: this runs for every line of recordings of millions of
@@ -32,13 +21,6 @@ public:
         while (p_ < end_ && isBlank(*p_))
             ++p_;
     }
-    bool take(char c)
-    {
-        if (p_ == end_ || *p_ != c)
-            return false;
-        ++p_;
-        return true;
-    }
     std::string_view word()
     {
         skipBlanks();
@@ -48,32 +30,10 @@ public:
         return std::string_view(start, size_t(p_ - start));
     }
 
-    // "(<seconds>.<fraction>)" to microseconds; fractions beyond six digits are cut.
     bool timestamp(uint64_t& micros)
     {
         skipBlanks();
-        if (!take('('))
-            return false;
-        uint64_t seconds = 0;
-        int digits = 0;
-        for (; p_ < end_ && isDigit(*p_); ++p_, ++digits) {
-            if (seconds > (UINT64_MAX / 1000000u - 1) / 10)
-                return false;
-            seconds = seconds * 10 + uint64_t(*p_ - '0');
-        }
-        if (digits == 0 || !take('.'))
-            return false;
-        uint64_t fraction = 0;
-        digits = 0;
-        for (; p_ < end_ && isDigit(*p_); ++p_, ++digits)
-            if (digits < 6)
-                fraction = fraction * 10 + uint64_t(*p_ - '0');
-        if (digits == 0 || !take(')'))
-            return false;
-        for (int i = digits; i < 6; ++i)
-            fraction *= 10;
-        micros = seconds * 1000000u + fraction;
-        return true;
+        return TextCursor::scanTimestamp(p_, end_, micros);
     }
 
 private:
@@ -85,7 +45,7 @@ bool parseHexId(std::string_view text, uint64_t& id)
 {
     id = 0;
     for (char c : text) {
-        const int digit = hexValue(c);
+        const int digit = TextCursor::hexDigit(c);
         if (digit < 0)
             return false;
         id = id << 4 | uint64_t(digit);
@@ -93,24 +53,11 @@ bool parseHexId(std::string_view text, uint64_t& id)
     return true;
 }
 
-// Hex byte pairs, optionally separated by '.', up to `limit` bytes.
-bool parseData(std::string_view text, uint8_t* out, int limit, uint8_t& length)
+bool parseData(std::string_view text, uint8_t* out, size_t limit, uint8_t& length)
 {
-    int count = 0;
-    for (size_t i = 0; i < text.size();) {
-        if (text[i] == '.') {
-            ++i;
-            continue;
-        }
-        if (i + 1 >= text.size() || count == limit)
-            return false;
-        const int high = hexValue(text[i]);
-        const int low = hexValue(text[i + 1]);
-        if (high < 0 || low < 0)
-            return false;
-        out[count++] = static_cast<uint8_t>(high * 16 + low);
-        i += 2;
-    }
+    size_t count = 0;
+    if (!TextCursor::scanHexBytes(text, out, limit, count))
+        return false;
     length = static_cast<uint8_t>(count);
     return true;
 }
@@ -177,7 +124,7 @@ CandumpReader::Result CandumpReader::parseLine(std::string_view line, CANExtTrac
         return Skipped; // remote frame: no data to decode
     const bool fd = !data.empty() && data[0] == '#';
     if (fd) {
-        if (data.size() < 2 || hexValue(data[1]) < 0) {
+        if (data.size() < 2 || TextCursor::hexDigit(data[1]) < 0) {
             reason = "expected a flags digit after \"##\"";
             return Bad;
         }
@@ -193,4 +140,18 @@ CandumpReader::Result CandumpReader::parseLine(std::string_view line, CANExtTrac
     frame.frameFormat = (extended ? 1u : 0u) + (fd ? 2u : 0u);
     frame.channel = channelOf(interface);
     return Frame;
+}
+
+LineParser::Result CandumpReader::parseLine(std::string_view line, RecordedMessage& message, const char*& reason)
+{
+    message.kind = RecordedMessage::Can;
+    switch (parseLine(line, message.can, reason)) {
+    case Frame:
+        return LineParser::Message;
+    case Skipped:
+        return LineParser::Skipped;
+    case Bad:
+        break;
+    }
+    return LineParser::Bad;
 }

@@ -3,9 +3,11 @@
 // "<id>##<flags><data>" for CAN FD, 3-digit standard and 8-digit extended
 // identifiers. Remote and error frames are skipped.
 //
-// Not thread-safe: one reader per input.
+// Not thread-safe: one reader for all candump recordings of a run, so that
+// they share the numbering of interfaces.
 #pragma once
 
+#include "tools/LineParser.h"
 #include "trace/CANExtTraceMessage.h"
 
 #include <cstdint>
@@ -14,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-class CandumpReader {
+class CandumpReader : public LineParser {
 public:
     enum Result { Frame, Skipped, Bad };
 
@@ -25,6 +27,8 @@ public:
     // Parses one line (its line end removed). On Bad, `reason` says what was
     // wrong; it points to a static text.
     Result parseLine(std::string_view line, CANExtTraceMessage& frame, const char*& reason);
+    // The same for a LineRecording: the frame becomes a CAN message.
+    LineParser::Result parseLine(std::string_view line, RecordedMessage& message, const char*& reason) override;
 
     const std::vector<std::pair<std::string, uint8_t>>& interfaces() const { return interfaces_; }
 

@@ -1,13 +1,13 @@
 #include "tools/DecodeCommand.h"
 
-#include "bus/CANSignal.h"
-#include "tools/CandumpReader.h"
 #include "tools/CsvRowWriter.h"
 #include "tools/DefinitionFiles.h"
 #include "tools/JsonlRowWriter.h"
-#include "tools/LineReader.h"
 #include "tools/OutputBuffer.h"
 #include "tools/ProgressBar.h"
+#include "tools/RecordingFiles.h"
+#include "tools/RecordingMerge.h"
+#include "tools/RecordingReport.h"
 #include "tools/ReplayPacer.h"
 #include "tools/SignalSet.h"
 #include "tools/TableRowWriter.h"
@@ -23,20 +23,17 @@
 
 namespace {
 
-constexpr int maxReportedBadLines = 10;
-
 struct Counts {
-    uint64_t lines = 0;
     uint64_t frames = 0;
     uint64_t framesWithSignals = 0;
     uint64_t writes = 0;
     uint64_t triggersFired = 0;
-    uint64_t badLines = 0;
 };
 
+// "NAME=N"; the last '=' separates, as a capture's file name may hold one.
 bool parseChannelMap(const std::string& text, std::string& interface, uint8_t& channel)
 {
-    const size_t equals = text.find('=');
+    const size_t equals = text.rfind('=');
     if (equals == std::string::npos || equals == 0 || equals + 1 >= text.size())
         return false;
     const std::string number = text.substr(equals + 1);
@@ -55,12 +52,12 @@ double replaySpeed(const DecodeOptions& options)
 }
 
 // One run of the command: the signals, triggers and output, and the loop
-// over the recordings.
+// over the messages of the recordings, merged in time-stamp order.
 class DecodeRun {
 public:
     explicit DecodeRun(const DecodeOptions& options)
         : options_(options), signals_(options.sharedMemory), out_(STDOUT_FILENO, 1 << 18),
-          pacer_(replaySpeed(options), &out_)
+          pacer_(replaySpeed(options), &out_), files_(report_)
     {
         // A writer removes its segments when it ends, unless asked to leave
         // the last values for readers that come later.
@@ -71,17 +68,16 @@ public:
     {
         if (!prepare())
             return 2;
+        std::unique_ptr<RecordingReader> recordings = openRecordings();
         if (writer_)
             writer_->begin();
         const auto started = std::chrono::steady_clock::now();
-        int status = 0;
-        for (const std::string& recording : options_.recordings)
-            if (!decodeRecording(recording))
-                status = 1;
+        if (recordings)
+            decodeAll(*recordings);
         if (writer_ && !writer_->finish())
             std::cerr << "rksignal: writing the output failed" << std::endl;
         summary(std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
-        return status;
+        return report_.failed() ? 1 : 0;
     }
 
 private:
@@ -95,7 +91,7 @@ private:
                 std::cerr << "rksignal: --channel " << map << ": expected IFACE=N with N from 0 to 255" << std::endl;
                 return false;
             }
-            candump_.mapInterface(interface, channel);
+            files_.mapChannel(interface, channel, options_.recordings);
         }
         DefinitionSet definitions;
         std::vector<std::string> problems;
@@ -104,6 +100,7 @@ private:
             std::cerr << "rksignal: " << error << std::endl;
             return false;
         }
+        files_.useFlexRaySegments(definitions);
         signals_.build(definitions, problems);
         for (const std::string& problem : problems)
             std::cerr << "rksignal: warning: " << problem << std::endl;
@@ -133,40 +130,45 @@ private:
         return true;
     }
 
-    bool decodeRecording(const std::string& path)
+    // One reader over all recordings: the recording itself when there is
+    // one, their time-ordered merge when there are several. Null when none
+    // could be opened.
+    std::unique_ptr<RecordingReader> openRecordings()
     {
-        LineReader reader(path);
-        if (!reader.isOpen()) {
-            std::perror(("rksignal: " + path).c_str());
-            return false;
+        std::vector<std::unique_ptr<RecordingReader>> readers;
+        for (const std::string& path : options_.recordings) {
+            std::string error;
+            if (auto reader = files_.open(path, error))
+                readers.push_back(std::move(reader));
+            else
+                report_.error(path, error);
         }
-        ProgressBar progress(path, reader.fileSize());
-        std::string_view line;
-        while (reader.next(line)) {
-            ++counts_.lines;
-            progress.update(reader.bytesConsumed());
-            if (line.empty())
-                continue;
-            const char* reason = nullptr;
-            switch (candump_.parseLine(line, frame_, reason)) {
-            case CandumpReader::Frame:
-                decodeFrame();
-                break;
-            case CandumpReader::Skipped:
-                break;
-            case CandumpReader::Bad:
-                reportBadLine(path, reader.lineNumber(), line, reason);
-                break;
-            }
-        }
-        return true;
+        if (readers.size() == 1)
+            return std::move(readers.front());
+        if (readers.empty())
+            return nullptr;
+        return std::make_unique<RecordingMerge>(std::move(readers));
     }
 
-    void decodeFrame()
+    void decodeAll(RecordingReader& recordings)
     {
-        pacer_.pace(frame_.timestamp);
+        const std::string label = options_.recordings.size() == 1
+                                      ? options_.recordings.front()
+                                      : std::to_string(options_.recordings.size()) + " recordings";
+        ProgressBar progress(label, recordings.fileSize());
+        while (recordings.next()) {
+            progress.update([&recordings] { return recordings.bytesConsumed(); });
+            decode(recordings.message());
+        }
+    }
+
+    // Every kind of message takes this one path: its decoder, then the rows
+    // of the signals written, the triggers that read them and the time-outs.
+    void decode(const RecordedMessage& message)
+    {
+        pacer_.pace(message.timestamp());
         ++counts_.frames;
-        if (!CANSignal::decodeMessage(frame_, ids_, 0, &signals_.storage()))
+        if (!message.decode(ids_, signals_.storage()))
             return;
         ++counts_.framesWithSignals;
         counts_.writes += ids_.size();
@@ -185,8 +187,8 @@ private:
             if (writer_)
                 writer_->triggerRow(triggers_.parser(index).getLastestTime(), triggers_.expression(index));
         });
-        if (options_.timeoutMs && frame_.timestamp >= nextTimeoutCheck_)
-            checkTimeouts(frame_.timestamp);
+        if (options_.timeoutMs && message.timestamp() >= nextTimeoutCheck_)
+            checkTimeouts(message.timestamp());
     }
 
     void writeRow(SignalSet::Entry& entry)
@@ -218,23 +220,18 @@ private:
         }
     }
 
-    void reportBadLine(const std::string& path, uint64_t number, std::string_view line, const char* reason)
-    {
-        if (++counts_.badLines > maxReportedBadLines)
-            return;
-        std::cerr << "rksignal: " << path << ":" << number << ": bad line (" << reason << "): "
-                  << line.substr(0, 80) << (line.size() > 80 ? "..." : "") << std::endl;
-    }
-
     void summary(double seconds) const
     {
+        char packets[64] = "";
+        if (report_.badPackets())
+            std::snprintf(packets, sizeof packets, ", %llu bad packets", (unsigned long long)report_.badPackets());
         char text[512];
         std::snprintf(text, sizeof text,
                       "rksignal: %llu frames read, %llu with signals, %llu signal writes, %llu triggers fired, "
-                      "%llu bad lines; %.3f s, %.0f frames/s\n",
+                      "%llu bad lines%s; %.3f s, %.0f frames/s\n",
                       (unsigned long long)counts_.frames, (unsigned long long)counts_.framesWithSignals,
                       (unsigned long long)counts_.writes, (unsigned long long)counts_.triggersFired,
-                      (unsigned long long)counts_.badLines, seconds,
+                      (unsigned long long)report_.badLines(), packets, seconds,
                       seconds > 0 ? double(counts_.frames) / seconds : 0.0);
         std::cerr << text;
     }
@@ -245,8 +242,8 @@ private:
     OutputBuffer out_;
     std::unique_ptr<RowWriter> writer_;
     ReplayPacer pacer_;
-    CandumpReader candump_;
-    CANExtTraceMessage frame_;
+    RecordingReport report_;
+    RecordingFiles files_; // after the report it writes to
     std::vector<unsigned long> ids_;
     std::vector<unsigned long> staleIds_;
     std::set<unsigned long> stale_;

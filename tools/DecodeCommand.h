@@ -7,8 +7,8 @@
 
 struct DecodeOptions {
     std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
-    std::vector<std::string> recordings;      // candump logs, "-" for standard input
-    std::vector<std::string> channelMaps;     // "IFACE=N"
+    std::vector<std::string> recordings;      // captures, NMEA logs, trace lines, candump logs ("-": stdin)
+    std::vector<std::string> channelMaps;     // "NAME=N": candump interface or capture file
     std::string format;                       // table, csv, jsonl, none; empty: by terminal
     bool allWrites = false;                   // a row for every write, not only changes
     std::vector<std::string> signalPatterns;  // globs over instance names

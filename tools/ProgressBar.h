@@ -12,11 +12,13 @@ public:
     // `threshold`.
     ProgressBar(const std::string& label, uint64_t totalBytes, uint64_t threshold = 10u << 20);
     ~ProgressBar();
-    // Cheap to call often: redraws at most a few times a second.
-    void update(uint64_t bytesDone)
+    // Cheap to call often: asks `bytesDone()` for the bytes read so far only
+    // now and then, and redraws at most a few times a second.
+    template <class BytesDone>
+    void update(BytesDone bytesDone)
     {
         if (active_ && ++calls_ % 4096 == 0)
-            redraw(bytesDone);
+            redraw(bytesDone());
     }
 
 private:

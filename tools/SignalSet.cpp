@@ -123,8 +123,10 @@ void SignalSet::index()
     byNumber_.assign(highest - lowest + 1, -1);
     for (const auto& signal : signals_) {
         byNumber_[(signal->id & runningNumberMask) - lowest] = int32_t(entries_.size());
-        entries_.push_back(Entry{signal.get(), signal->def.instance, signal->def.unit, true,
-                                 !signal->def.valueDescription.empty(), {}});
+        // GPS signals describe time, date and position by their own rule.
+        const bool describes =
+            !signal->def.valueDescription.empty() || dynamic_cast<const GPSSignal*>(signal.get()) != nullptr;
+        entries_.push_back(Entry{signal.get(), signal->def.instance, signal->def.unit, true, describes, {}});
     }
 }
 

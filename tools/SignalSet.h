@@ -22,7 +22,7 @@ public:
         std::string instance;
         std::string unit;
         bool shown = true;        // selected for output
-        bool describes = false;   // has a value description table
+        bool describes = false;   // has value descriptions (a table, or GPS's own)
         std::vector<uint16_t> triggers; // indexes of the triggers that read it
     };
 

@@ -11,6 +11,16 @@ bool isIdentifierChar(char c) { return std::isalnum(static_cast<unsigned char>(c
 
 } // namespace
 
+const std::array<int8_t, 256> TextCursor::hexDigits = [] {
+    std::array<int8_t, 256> table{};
+    for (int c = 0; c < 256; ++c)
+        table[size_t(c)] = int8_t(c >= '0' && c <= '9'   ? c - '0'
+                                  : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                  : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                         : -1);
+    return table;
+}();
+
 void TextCursor::skipSpaces()
 {
     while (!atEnd() && isSpace(text_[pos_]))
@@ -112,4 +122,38 @@ bool TextCursor::readQuoted(std::string& value)
         value.push_back(c);
     }
     return false; // unterminated
+}
+
+bool TextCursor::readTimestamp(uint64_t& micros)
+{
+    skipSpaces();
+    const char* p = text_.data() + pos_;
+    if (!scanTimestamp(p, text_.data() + text_.size(), micros))
+        return false;
+    pos_ = size_t(p - text_.data());
+    return true;
+}
+
+bool TextCursor::scanHexBytes(std::string_view text, uint8_t* out, size_t limit, size_t& length)
+{
+    // Candump payloads go through here for every line of large logs: a table
+    // takes both digits of a pair without a branch per character class.
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(text.data());
+    const unsigned char* const end = p + text.size();
+    size_t count = 0;
+    while (p < end) {
+        if (*p == '.') {
+            ++p;
+            continue;
+        }
+        if (end - p < 2 || count == limit)
+            return false;
+        const int high = hexDigits[p[0]], low = hexDigits[p[1]];
+        if ((high | low) < 0)
+            return false;
+        out[count++] = static_cast<uint8_t>(high << 4 | low);
+        p += 2;
+    }
+    length = count;
+    return true;
 }

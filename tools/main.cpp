@@ -18,13 +18,22 @@ Examples:
   rksignal decode --defs vehicle.dbc --format csv --signals 'Doors.*' drive.log > doors.csv
   rksignal decode --defs vehicle.dbc --trigger 'VehicleDynamics.VehicleSpeed > 50' --edge drive.log
   candump -L can0 | rksignal decode --defs vehicle.dbc --channel can0=1 -
+  rksignal decode --defs examples/definitions.json --defs examples/ethernet.json \
+      examples/drive.pcap examples/drive.nmea examples/drive.trace
 
 Definitions: a .dbc file holds CAN frames; its signals become CAN signals named
 "Message.Signal" on channel 1, or on channel N when written FILE.dbc@N. A .json
 file holds definitions of every kind (see docs/definitions.md).
 
-Recordings: candump log files ("candump -l": "(sec.usec) iface ID#DATA", CAN FD
-as "ID##FLAGSDATA"). Remote and error frames are skipped; bad lines are counted
+Recordings, recognised by content or name, several merged in time order:
+  pcap/pcapng captures (libpcap) of Ethernet, SocketCAN (CAN, CAN FD), FlexRay
+    and LIN; channel 1, or N with --channel FILE=N
+  FILE.nmea  NMEA log, one sentence a line, optionally "(sec.usec) " before it
+  FILE.trace trace lines of LIN, FlexRay, GPIO, analog, key and system
+    messages (docs/trace-lines.md)
+  anything else: candump log ("candump -l": "(sec.usec) iface ID#DATA", CAN FD
+    as "ID##FLAGSDATA"); - reads standard input
+Remote, error and null frames are skipped; bad lines and packets are counted
 and the first 10 reported.
 
 Rows: time, instance, physical value, unit and value description of every
@@ -96,16 +105,17 @@ void addDecode(CLI::App& app, DecodeOptions& options)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->allow_extra_args(false)
         ->type_name("FILE");
-    decode->add_option("recordings", options.recordings, "candump log files, - for standard input")
+    decode->add_option("recordings", options.recordings,
+                       "Recordings: captures, .nmea, .trace or candump logs; - for standard input")
         ->required()
         ->type_name("RECORDING");
     decode->add_option("--channel", options.channelMaps,
-                       "Map a candump interface to a channel, e.g. can0=1 (repeatable; default: order of first "
-                       "appearance, from 1)")
+                       "Channel of a candump interface, e.g. can0=1 (default: order of first appearance, from 1), "
+                       "or of a capture file, e.g. front.pcapng=2 (default 1); repeatable")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->allow_extra_args(false)
-        ->type_name("IFACE=N");
+        ->type_name("NAME=N");
     decode->add_option("--format", options.format, "Output format (default: table on a terminal, csv otherwise)")
         ->check(CLI::IsMember({"table", "csv", "jsonl", "none"}));
     decode->add_flag("--all", options.allWrites, "A row for every write, not only for changed values");
