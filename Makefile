@@ -11,7 +11,7 @@ SANITIZE := -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-r
 SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
             UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 
-.PHONY: all bootstrap build test check bench demo demo-live install clean
+.PHONY: all bootstrap build test check bench demo demo-recordings demo-live install clean
 
 all: build
 
@@ -50,7 +50,16 @@ demo: build
 	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
 	$(BUILD)/tools/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
 	  $(DEMO_TRIGGERS) examples/drive.log
-	@$(MAKE) --no-print-directory demo-live
+	@$(MAKE) --no-print-directory demo-recordings demo-live
+
+# The same drive as a capture (Ethernet, CAN, FlexRay and LIN), an NMEA log
+# and trace lines of the logger's inputs, decoded together in time order.
+demo-recordings:
+	@echo "== rksignal decode: a capture, an NMEA log and trace lines, merged in time order"
+	$(BUILD)/tools/rksignal decode --defs examples/definitions.json --defs examples/ethernet.json --format table \
+	  --signals 'GPS.Speed' --signals 'Logger.*' --signals 'Input.*' --signals 'Gateway.*' \
+	  --trigger 'Chassis.SteeringAngle < -10 && GPS.Speed > 50' --edge \
+	  examples/drive.pcap examples/drive.nmea examples/drive.trace
 
 # The live side: trigger checks, event descriptions, and values handed from a
 # decoding process to a watching one through shared memory.

@@ -29,7 +29,9 @@ void TableRowWriter::signalRow(const SignalRow& row)
     padded(row.instance, instanceWidth_);
     out_.append("  ");
     char number[32];
-    const auto end = std::to_chars(number, number + sizeof number, row.value).ptr;
+    // Ten significant digits read well at a terminal; the machine formats
+    // (CSV, JSON lines) keep the shortest text that reads back exactly.
+    const auto end = std::to_chars(number, number + sizeof number, row.value, std::chars_format::general, 10).ptr;
     const size_t length = size_t(end - number);
     if (length < valueWidth)
         out_.appendPadding(valueWidth - length);
