@@ -4,6 +4,8 @@
 BUILD       ?= build
 CHECK_BUILD ?= build-check
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD  ?= build-fuzz
+FUZZ_SECONDS ?= 60
 PREFIX      ?= /usr/local
 JOBS        ?= $(shell nproc)
 
@@ -11,7 +13,12 @@ SANITIZE := -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-r
 SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
             UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 
-.PHONY: all bootstrap build test check bench demo install clean
+# The fuzz build: clang, the library instrumented for libFuzzer and both
+# sanitizers, the targets linked with libFuzzer itself.
+FUZZ_SANITIZE := -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+FUZZ_ENGINE   := -fsanitize=fuzzer
+
+.PHONY: all bootstrap build test check bench fuzz demo install clean
 
 all: build
 
@@ -42,6 +49,16 @@ bench: bootstrap
 	  echo "== $$b"; "$$b" $(BENCH_ARGS) || exit 1; \
 	done
 
+fuzz:
+	@scripts/bootstrap.sh fuzz
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+	  -DRKSIGNAL_FUZZ=ON -DRKSIGNAL_TESTS=OFF -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_EXAMPLES=OFF \
+	  "-DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link $(FUZZ_SANITIZE)" \
+	  "-DCMAKE_EXE_LINKER_FLAGS=$(FUZZ_SANITIZE)" "-DCMAKE_SHARED_LINKER_FLAGS=$(FUZZ_SANITIZE)" \
+	  "-DRKSIGNAL_FUZZ_ENGINE=$(FUZZ_ENGINE)"
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	FUZZ_BUILD=$(FUZZ_BUILD) fuzz/run_all.sh $(FUZZ_SECONDS)
+
 demo: build
 	$(BUILD)/examples/shared_memory_demo
 
@@ -49,4 +66,4 @@ install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
-	rm -rf $(BUILD) $(CHECK_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(CHECK_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

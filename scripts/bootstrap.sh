@@ -2,13 +2,23 @@
 # Installs the build tools and libraries the project needs, using apt-get.
 # Quiet and quick when everything is already present; `apt-get update` runs
 # at most once, and only when something has to be installed.
+#
+#   scripts/bootstrap.sh        what `make test`, `make check` and `make bench` need
+#   scripts/bootstrap.sh fuzz   what `make fuzz` needs: the build tools and
+#                               clang with its libFuzzer and sanitizer runtimes
 set -euo pipefail
 
-packages=(
-  cmake g++ make pkg-config
-  flex bison libfl-dev
-  googletest libgtest-dev libgmock-dev libbenchmark-dev
-)
+build_tools=(cmake g++ make pkg-config flex bison libfl-dev)
+
+case "${1:-}" in
+  "")
+    packages=("${build_tools[@]}" googletest libgtest-dev libgmock-dev libbenchmark-dev) ;;
+  fuzz)
+    packages=("${build_tools[@]}" clang libclang-rt-14-dev) ;;
+  *)
+    echo "usage: $0 [fuzz]" >&2
+    exit 2 ;;
+esac
 
 missing=()
 for pkg in "${packages[@]}"; do
