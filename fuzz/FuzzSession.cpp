@@ -36,7 +36,9 @@ int Session::debugLevel(uint8_t debugSelector)
 {
     if (debugSelector < 0xc0)
         return 0;
-    return debugSelector < 0xe0 ? 1 : 2;
+    if (debugSelector < 0xe0)
+        return 1;
+    return debugSelector < 0xf0 ? 2 : 3; // a few lines need more than 2
 }
 
 Session::Session(uint8_t debugSelector)

@@ -22,7 +22,7 @@ namespace fuzz {
 class Session {
 public:
     // Most selector values leave debugging off (the fast path); the top
-    // quarter turns on level 1 or 2.
+    // quarter turns on levels 1 to 3.
     explicit Session(uint8_t debugSelector);
     ~Session();
     Session(const Session&) = delete;
