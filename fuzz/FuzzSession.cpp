@@ -20,14 +20,15 @@ protected:
 
 void discardOutputOnce()
 {
-    static DiscardingBuffer sink;
-    static const bool done = [] {
-        std::cout.rdbuf(&sink);
-        std::cerr.rdbuf(&sink);
-        std::clog.rdbuf(&sink);
-        return true;
+    // Never destroyed: the streams flush it once more when the process ends.
+    static DiscardingBuffer* const sink = [] {
+        auto* buffer = new DiscardingBuffer;
+        std::cout.rdbuf(buffer);
+        std::cerr.rdbuf(buffer);
+        std::clog.rdbuf(buffer);
+        return buffer;
     }();
-    (void)done;
+    (void)sink;
 }
 
 } // namespace
