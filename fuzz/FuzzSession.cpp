@@ -72,6 +72,16 @@ void requireWritten(bool result, const std::vector<unsigned long>& ids, uint64_t
     }
 }
 
+void describeValues(SignalStorage& storage)
+{
+    for (const auto& entry : storage.instancesByName) {
+        unsigned long raw = 0;
+        unsigned long when = 0;
+        entry.second->read(raw, when);
+        entry.second->getValueDescription(raw);
+    }
+}
+
 void fail(const char* what)
 {
     std::fprintf(stderr, "fuzz target: broken property: %s\n", what);

@@ -11,11 +11,13 @@
 // Thread safety: none; one input at a time, as libFuzzer runs them.
 #pragma once
 
+#include "FuzzInput.h"
+
+#include "signal/BaseSignal.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-class SignalStorage;
 
 namespace fuzz {
 
@@ -49,5 +51,25 @@ inline void require(bool holds, const char* what)
 // `ids` is non-empty, and each identifier in it names a signal of `storage`
 // that now holds a valid value written at `timestamp`.
 void requireWritten(bool result, const std::vector<unsigned long>& ids, uint64_t timestamp, SignalStorage* storage);
+
+// Reads every signal of `storage` and forms the description of its value.
+void describeValues(SignalStorage& storage);
+
+// The frame of the decoder targets: the signals of `storage` start without
+// values, the input's first byte selects the debug level, and then
+// `decode(timestamp, ids)` reads and decodes one message from `in`, as long
+// as the input lasts and at most `maxMessages` times, each message with a
+// time stamp of its own.
+template <class Decode>
+void decodeMessages(FuzzInput& in, SignalStorage& storage, size_t maxMessages, Decode decode)
+{
+    BaseSignal::clearAll(&storage);
+    const Session session(in.byte());
+    std::vector<unsigned long> ids;
+    ids.reserve(64);
+    constexpr uint64_t firstTimestamp = 1000;
+    for (size_t n = 0; n < session.messageLimit(maxMessages) && !in.empty(); ++n)
+        decode(firstTimestamp + n, ids);
+}
 
 } // namespace fuzz

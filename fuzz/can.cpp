@@ -173,16 +173,11 @@ void askInUse(const FrameIdentity& frame, SignalStorage& storage)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(32);
-    for (size_t n = 0; n < session.messageLimit(maxFrames) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxFrames, [&](uint64_t timestamp, auto& ids) {
         const FrameIdentity identity = frameIdentity(in);
         CANExtTraceMessage frame;
-        frame.timestamp = 1000 + n;
+        frame.timestamp = timestamp;
         frame.channel = identity.channel;
         frame.frameFormat = identity.frameFormat;
         frame.canId = identity.canId;
@@ -192,6 +187,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const bool written = CANSignal::decodeMessage(frame, ids, identity.tslId, &storage);
         fuzz::requireWritten(written, ids, frame.timestamp, &storage);
         askInUse(identity, storage);
-    }
+    });
     return 0;
 }

@@ -146,17 +146,12 @@ void decode(Form form, unsigned char channel, const std::vector<uint8_t>& frame,
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     // Each input starts without cached frame decisions, so that it runs the
     // same however many inputs came before.
     EthernetSignal::positiveList.clear();
     EthernetSignal::negativeList.clear();
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(16);
-    for (size_t n = 0; n < session.messageLimit(maxFrames) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxFrames, [&](uint64_t timestamp, auto& ids) {
         const uint8_t choice = in.byte();
         const Form form = static_cast<Form>(choice % 3);
         const unsigned char channel = (choice & 0x80) != 0 ? in.byte() : static_cast<unsigned char>(1 + (choice >> 6));
@@ -165,7 +160,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
         miiFrameInfo_t info;
         const bool analysed = MIITraceMessage::analyzeFrame(frame.data(), frame.size(), info);
-        const uint64_t timestamp = 1000 + n;
         ids.clear();
         decode(form, channel, frame, timestamp, ids, storage);
         fuzz::require(analysed || ids.empty(), "a frame that does not analyse carries no signal");
@@ -175,6 +169,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const bool inUse = EthernetSignal::signalsInUse(raw.data(), nullptr, &storage);
         if (form == Mii && (shape & 7) == 1)
             fuzz::require(inUse || ids.empty(), "the record of a frame that carried signals is in use");
-    }
+    });
     return 0;
 }

@@ -138,16 +138,11 @@ void askInUse(const FlexRayExtTraceMessage& frame, uint8_t tslId, size_t length,
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(16);
-    for (size_t n = 0; n < session.messageLimit(maxFrames) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxFrames, [&](uint64_t timestamp, auto& ids) {
         const FrameIdentity identity = frameIdentity(in);
         FlexRayExtTraceMessage frame;
-        frame.timestamp = 1000 + n;
+        frame.timestamp = timestamp;
         frame.frameKind = identity.frameKind;
         frame.channel = identity.channel;
         frame.slot = identity.slot;
@@ -159,6 +154,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const bool written = FlexRaySignal::decodeMessage(frame, ids, identity.tslId, &storage);
         fuzz::requireWritten(written, ids, frame.timestamp, &storage);
         askInUse(frame, identity.tslId, in.pick(longestRecord + 1), storage);
-    }
+    });
     return 0;
 }

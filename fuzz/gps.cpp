@@ -41,16 +41,6 @@ void parseAlone(const GPSTraceMessage& message)
     message.getGPGGA(gga);
 }
 
-void describeValues(SignalStorage& storage)
-{
-    for (const auto& entry : storage.instancesByName) {
-        unsigned long raw = 0;
-        unsigned long when = 0;
-        entry.second->read(raw, when);
-        entry.second->getValueDescription(raw);
-    }
-}
-
 void describe(uint64_t raw, SignalStorage& storage)
 {
     for (const auto& entry : storage.instancesByName)
@@ -62,22 +52,17 @@ void describe(uint64_t raw, SignalStorage& storage)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     GPSSignal::gpsStatus = 0; // every input starts without a fix
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(16);
-    for (size_t n = 0; n < session.messageLimit(maxMessages) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxMessages, [&](uint64_t timestamp, auto& ids) {
         GPSTraceMessage message;
-        message.timestamp = 1000 + n;
+        message.timestamp = timestamp;
         message.nmea = in.line();
         parseAlone(message);
         const bool written = GPSSignal::decodeMessage(message, ids, &storage);
         fuzz::requireWritten(written, ids, message.timestamp, &storage);
-        describeValues(storage);
-    }
+        fuzz::describeValues(storage);
+    });
     describe(in.number<uint64_t>(), storage);
     return 0;
 }

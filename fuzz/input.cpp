@@ -132,16 +132,10 @@ void askInUse(FuzzInput& in, bool freeType, SignalStorage& storage)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(16);
-    for (size_t n = 0; n < session.messageLimit(maxMessages) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxMessages, [&](uint64_t timestamp, auto& ids) {
         const uint8_t choice = in.byte();
         const bool free = (choice & 0x80) != 0;
-        const uint64_t timestamp = 1000 + n;
         switch (choice % 4) {
         case 0:
             decodeGpio(in, free, timestamp, ids, storage);
@@ -156,6 +150,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             askInUse(in, free, storage);
             break;
         }
-    }
+    });
     return 0;
 }

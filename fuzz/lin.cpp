@@ -79,16 +79,11 @@ void askInUse(const FrameIdentity& frame, SignalStorage& storage)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(16);
-    for (size_t n = 0; n < session.messageLimit(maxFrames) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxFrames, [&](uint64_t timestamp, auto& ids) {
         const FrameIdentity identity = frameIdentity(in);
         LINTraceMessage frame;
-        frame.timestamp = 1000 + n;
+        frame.timestamp = timestamp;
         frame.channel = identity.channel;
         frame.protectedId = identity.protectedId;
         frame.data.resize(in.number<uint16_t>() % longestData);
@@ -97,6 +92,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const bool written = LINSignal::decodeMessage(frame, ids, identity.tslId, &storage);
         fuzz::requireWritten(written, ids, frame.timestamp, &storage);
         askInUse(identity, storage);
-    }
+    });
     return 0;
 }

@@ -39,28 +39,13 @@ SignalStorage& signals()
     return *storage;
 }
 
-void describeValues(SignalStorage& storage)
-{
-    for (const auto& entry : storage.instancesByName) {
-        unsigned long raw = 0;
-        unsigned long when = 0;
-        entry.second->read(raw, when);
-        entry.second->getValueDescription(raw);
-    }
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalStorage& storage = signals();
-    BaseSignal::clearAll(&storage);
     FuzzInput in(data, size);
-    fuzz::Session session(in.byte());
-
-    std::vector<unsigned long> ids;
-    ids.reserve(8);
-    for (size_t n = 0; n < session.messageLimit(maxMessages) && !in.empty(); ++n) {
+    fuzz::decodeMessages(in, storage, maxMessages, [&](uint64_t timestamp, auto& ids) {
         const uint8_t choice = in.byte();
         const bool usage = (choice & 1) != 0;
         const bool throughInputSignal = (choice & 2) != 0;
@@ -69,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         SystemUsageMessage usageMessage;
         SystemMessage plainMessage;
         SystemMessage& message = usage ? usageMessage : plainMessage;
-        message.timestamp = 1000 + n;
+        message.timestamp = timestamp;
         message.code = code;
         if (usage) {
             usageMessage.internalUsage = in.byte();
@@ -83,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         fuzz::requireWritten(written, ids, message.timestamp, &storage);
         if ((choice & 8) != 0)
             LoggerStatusSignal::updateTimestamp(message.timestamp);
-    }
-    describeValues(storage);
+    });
+    fuzz::describeValues(storage);
     return 0;
 }
