@@ -6,6 +6,7 @@ CHECK_BUILD ?= build-check
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD  ?= build-fuzz
 FUZZ_SECONDS ?= 60
+FUZZ_JOBS   ?= 1
 PREFIX      ?= /usr/local
 JOBS        ?= $(shell nproc)
 
@@ -57,7 +58,7 @@ fuzz:
 	  "-DCMAKE_EXE_LINKER_FLAGS=$(FUZZ_SANITIZE)" "-DCMAKE_SHARED_LINKER_FLAGS=$(FUZZ_SANITIZE)" \
 	  "-DRKSIGNAL_FUZZ_ENGINE=$(FUZZ_ENGINE)"
 	cmake --build $(FUZZ_BUILD) -j $(JOBS)
-	FUZZ_BUILD=$(FUZZ_BUILD) fuzz/run_all.sh $(FUZZ_SECONDS)
+	FUZZ_BUILD=$(FUZZ_BUILD) FUZZ_JOBS=$(FUZZ_JOBS) fuzz/run_all.sh $(FUZZ_SECONDS)
 
 demo: build
 	$(BUILD)/examples/shared_memory_demo
