@@ -4,6 +4,9 @@
 BUILD       ?= build
 CHECK_BUILD ?= build-check
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD  ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_JOBS   ?= 1
 PREFIX      ?= /usr/local
 JOBS        ?= $(shell nproc)
 
@@ -11,7 +14,12 @@ SANITIZE := -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-r
 SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
             UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 
-.PHONY: all bootstrap build test check bench demo demo-recordings demo-live install clean
+# The fuzz build: clang, the library instrumented for libFuzzer and both
+# sanitizers, the targets linked with libFuzzer itself.
+FUZZ_SANITIZE := -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+FUZZ_ENGINE   := -fsanitize=fuzzer
+
+.PHONY: all bootstrap build test check bench fuzz demo demo-recordings demo-live install clean
 
 all: build
 
@@ -41,6 +49,16 @@ bench: bootstrap
 	  [ -x "$$b" ] && [ -f "$$b" ] || continue; \
 	  echo "== $$b"; "$$b" $(BENCH_ARGS) || exit 1; \
 	done
+
+fuzz:
+	@scripts/bootstrap.sh fuzz
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+	  -DRKSIGNAL_FUZZ=ON -DRKSIGNAL_TESTS=OFF -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_EXAMPLES=OFF \
+	  "-DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link $(FUZZ_SANITIZE)" \
+	  "-DCMAKE_EXE_LINKER_FLAGS=$(FUZZ_SANITIZE)" "-DCMAKE_SHARED_LINKER_FLAGS=$(FUZZ_SANITIZE)" \
+	  "-DRKSIGNAL_FUZZ_ENGINE=$(FUZZ_ENGINE)"
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	FUZZ_BUILD=$(FUZZ_BUILD) FUZZ_JOBS=$(FUZZ_JOBS) fuzz/run_all.sh $(FUZZ_SECONDS)
 
 DEMO_SIGNALS := --signals 'Doors.*' --signals 'Transmission.Gear*' --signals 'EngineData.EngineState'
 DEMO_TRIGGERS := --trigger 'Doors.DoorFL == 1 && Doors.Locked == 0' \
@@ -82,4 +100,4 @@ install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
-	rm -rf $(BUILD) $(CHECK_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(CHECK_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -4,15 +4,25 @@
 # with canmatrix for the differential decoding tests, included).
 # Quiet and quick when everything is already present; `apt-get update` runs
 # at most once, and only when something has to be installed.
+#
+#   scripts/bootstrap.sh        what `make test`, `make check` and `make bench` need
+#   scripts/bootstrap.sh fuzz   what `make fuzz` needs: the build tools and
+#                               clang with its libFuzzer and sanitizer runtimes
 set -euo pipefail
 
-packages=(
-  cmake g++ make pkg-config
-  flex bison libfl-dev
-  googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libcli11-dev nlohmann-json3-dev libpcap-dev
-  python3 python3-canmatrix python3-can
-)
+build_tools=(cmake g++ make pkg-config flex bison libfl-dev)
+tool_libraries=(libcli11-dev nlohmann-json3-dev libpcap-dev)
+
+case "${1:-}" in
+  "")
+    packages=("${build_tools[@]}" "${tool_libraries[@]}" googletest libgtest-dev libgmock-dev libbenchmark-dev
+              python3 python3-canmatrix python3-can) ;;
+  fuzz)
+    packages=("${build_tools[@]}" "${tool_libraries[@]}" clang libclang-rt-14-dev) ;;
+  *)
+    echo "usage: $0 [fuzz]" >&2
+    exit 2 ;;
+esac
 
 missing=()
 for pkg in "${packages[@]}"; do
