@@ -52,10 +52,10 @@ int EventsCommand::run(const std::string& text)
     const EventParser parser(description);
     const eventFlexer& found = parser.scanner;
     std::ostream& out = std::cout;
-    const auto name = [&out](const std::string& text) { out << text; };
+    const auto name = [&](const std::string& text) { out << text; };
     // Inputs show the number they are filed under and the name as written:
     // "8=DI.010".
-    const auto input = [&out](const std::pair<const int, std::string>& entry) {
+    const auto input = [&](const std::pair<const int, std::string>& entry) {
         out << entry.first << '=' << entry.second;
     };
     table(out, "allSignals", found.allSignals, name);

@@ -1,0 +1,10 @@
+// Fuzz target: candump log lines through the tool's candump reader and, for
+// every frame it returns, CANSignal::decodeMessage.
+#include "LineParserFuzz.h"
+
+#include "tools/CandumpReader.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    return fuzz::fuzzLines<CandumpReader>(data, size);
+}

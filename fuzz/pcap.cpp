@@ -1,0 +1,41 @@
+// Fuzz target: pcap and pcapng bytes through libpcap and the tool's capture
+// reader (Ethernet, SocketCAN, FlexRay and LIN link types), and every message
+// it returns through the decoder of its kind.
+#include "FuzzInput.h"
+#include "FuzzSession.h"
+#include "ToolSignals.h"
+
+#include "tools/PcapRecording.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    SignalSet& signals = fuzz::toolSignals();
+    BaseSignal::clearAll(&signals.storage());
+    FuzzInput in(data, size);
+    const fuzz::Session session(in.byte());
+    const std::string bytes = in.rest();
+
+    // libpcap reads files: hand it the bytes as one that lives in memory.
+    const int fd = memfd_create("fuzz.pcap", MFD_CLOEXEC);
+    fuzz::require(fd >= 0, "a memory file can be made");
+    fuzz::require(write(fd, bytes.data(), bytes.size()) == ssize_t(bytes.size()), "the capture is written");
+    {
+        RecordingReport report;
+        PcapRecording capture("/proc/self/fd/" + std::to_string(fd), 1, std::vector<bool>(2048, true), report);
+        std::vector<unsigned long> ids;
+        ids.reserve(64);
+        for (int n = 0; n < 512 && capture.isOpen() && capture.next(); ++n) {
+            const RecordedMessage& message = capture.message();
+            fuzz::requireWritten(message.decode(ids, signals.storage()), ids, message.timestamp(),
+                                 &signals.storage());
+        }
+    }
+    close(fd);
+    return 0;
+}
