@@ -3,6 +3,7 @@
 #include "signal/BaseSignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +12,6 @@
 #include <memory>
 
 namespace {
-
-baseSignalDef_t sharedDefinition(const std::string& instance)
-{
-    baseSignalDef_t def;
-    def.instance = instance;
-    def.signal = "Shared";
-    def.bits = 16;
-    return def;
-}
 
 std::string infoLine(const std::string& instance, int shmId, const char* what)
 {
@@ -46,17 +38,17 @@ TEST(SharedMemory, TwoProcessesShareOneSlot)
     KeyFile file(uniqueInstanceName("speed"));
     SignalStorage storage;
     OutputCapture capture;
-    BaseSignal writer(sharedDefinition(file.instance), true, &storage);
+    BaseSignal writer(definitionOf(file.instance, 16), true, &storage);
     ASSERT_NE(writer.slot, &writer.privateSlot);
     EXPECT_EQ(capture.out(), infoLine(file.instance, writer.shmId, "created"));
     EXPECT_EQ(writer.slot->size, 104u);
-    EXPECT_STREQ(writer.slot->name, "Shared");
+    EXPECT_EQ(writer.slot->name, file.instance);
     writer.write(0x1234, 50);
 
     const int status = runInChild([&] {
         SignalStorage childStorage;
         OutputCapture childCapture;
-        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
+        BaseSignal reader(definitionOf(file.instance, 16), true, &childStorage);
         if (childCapture.out() != infoLine(file.instance, reader.shmId, "found"))
             return 1;
         unsigned long raw = 0, ts = 0;
@@ -84,7 +76,7 @@ TEST(SharedMemory, DetachOnlyKeepsTheSegmentRemovalDropsIt)
     {
         DetachOnly detach(true);
         SignalStorage storage;
-        BaseSignal sig(sharedDefinition(file.instance), true, &storage);
+        BaseSignal sig(definitionOf(file.instance, 16), true, &storage);
         firstId = sig.shmId;
         sig.writeRaw(5, 6);
         capture.reset();
@@ -96,7 +88,7 @@ TEST(SharedMemory, DetachOnlyKeepsTheSegmentRemovalDropsIt)
     capture.reset();
     {
         SignalStorage storage;
-        BaseSignal again(sharedDefinition(file.instance), true, &storage);
+        BaseSignal again(definitionOf(file.instance, 16), true, &storage);
         EXPECT_EQ(capture.out(), infoLine(file.instance, firstId, "found"));
         unsigned long raw = 0, ts = 0;
         EXPECT_TRUE(again.read(raw, ts)); // the values survived
@@ -113,7 +105,7 @@ TEST(SharedMemory, MirrorOfASharedSignal)
     KeyFile file(uniqueInstanceName("mirror"));
     SignalStorage storage;
     OutputCapture capture;
-    BaseSignal parent(sharedDefinition(file.instance), true, &storage);
+    BaseSignal parent(definitionOf(file.instance, 16), true, &storage);
     auto mirror = std::make_unique<BaseSignal>(&parent);
     EXPECT_TRUE(mirror->shmem);
     EXPECT_EQ(mirror->slot, parent.slot);
@@ -127,7 +119,7 @@ TEST(SharedMemory, MirrorOfASharedSignal)
     mirror->writeRaw(0xbeef, 2);
     const int status = runInChild([&] {
         SignalStorage childStorage;
-        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
+        BaseSignal reader(definitionOf(file.instance, 16), true, &childStorage);
         unsigned long r = 0, t = 0;
         reader.read(r, t);
         BaseSignal::detachOnly = true;
@@ -153,7 +145,7 @@ TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
     for (const std::string& name : {std::string("a/b"), escaping, std::string()}) {
         capture.reset();
         SignalStorage storage;
-        BaseSignal sig(sharedDefinition(name), true, &storage);
+        BaseSignal sig(definitionOf(name, 16), true, &storage);
         EXPECT_EQ(capture.err(), "[ERROR] BaseSignal::createSharedMemory() " + name + ": Missing File (/tmp/" +
                                      name + "): Invalid argument (errno 22)\n");
         EXPECT_EQ(capture.out(), "");

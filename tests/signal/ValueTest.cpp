@@ -1,27 +1,13 @@
 // What a client sees of a signal's value: valid, modified and time stamps.
 #include "signal/BaseSignal.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
-
-#include <cstring>
-
-namespace {
-
-baseSignalDef_t byteSignal(const std::string& instance)
-{
-    baseSignalDef_t def;
-    def.instance = instance;
-    def.signal = instance;
-    def.bits = 32;
-    return def;
-}
-
-} // namespace
 
 TEST(Value, NewSlotCarriesFillPatterns)
 {
     SignalStorage storage;
-    auto def = byteSignal("fresh");
+    auto def = definitionOf("fresh", 32);
     def.signal = std::string(40, 'n');
     BaseSignal sig(def, false, &storage);
     EXPECT_EQ(sig.slot, &sig.privateSlot);
@@ -45,7 +31,11 @@ TEST(Value, NewSlotCarriesFillPatterns)
 TEST(Value, ModifiedValidAndTimestampAcrossWrites)
 {
     SignalStorage storage;
-    BaseSignal sig(byteSignal("speed"), false, &storage);
+    auto def = definitionOf("speed", 32);
+    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
+    BaseSignal sig(def, false, &storage);
+    EXPECT_EQ(sig.getValueDescription(7), "reverse");
+    EXPECT_EQ(sig.getValueDescription(8), "");
     unsigned long raw = 0, ts = 0;
 
     EXPECT_TRUE(sig.write(5, 100));
@@ -79,23 +69,4 @@ TEST(Value, ModifiedValidAndTimestampAcrossWrites)
     sig.write(0, 700); // writing the cleared raw 0 is no change, but valid
     EXPECT_FALSE(sig.isModified());
     EXPECT_TRUE(sig.read(raw, ts));
-}
-
-TEST(Value, GettersAndValueDescriptions)
-{
-    SignalStorage storage;
-    auto def = byteSignal("gear");
-    def.unit = "km/h";
-    def.scale = 0.25;
-    def.offset = 3;
-    def.type = SIGNAL_SIGNED;
-    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
-    BaseSignal sig(def, false, &storage);
-    EXPECT_EQ(sig.getUnit(), "km/h");
-    EXPECT_EQ(sig.getScaleFactor(), 0.25);
-    EXPECT_EQ(sig.getOffset(), 3);
-    EXPECT_EQ(sig.getBits(), 32);
-    EXPECT_EQ(sig.getType(), SIGNAL_SIGNED);
-    EXPECT_EQ(sig.getValueDescription(7), "reverse");
-    EXPECT_EQ(sig.getValueDescription(8), "");
 }

@@ -1,0 +1,42 @@
+// Helpers shared by the signal, bus and input tests: definitions with only
+// the fields a test cares about, a slot's value as a client reads it, and the
+// debug level put back at the end of a scope.
+#pragma once
+
+#include "signal/BaseSignal.h"
+
+#include <string>
+
+// A definition of `bits` at `startbit` whose instance and signal are both `name`.
+template <class Definition = baseSignalDef_t>
+Definition definitionOf(const std::string& name, uint8_t bits = 8, uint16_t startbit = 0)
+{
+    Definition def;
+    def.instance = def.signal = name;
+    def.bits = bits, def.startbit = startbit;
+    return def;
+}
+
+// The raw value read through the lock; ~0 when the slot is not valid.
+inline unsigned long rawOf(BaseSignal& signal)
+{
+    unsigned long raw = 0, timestamp = 0;
+    return signal.read(raw, timestamp) ? raw : ~0UL;
+}
+
+// The physical value read through the lock, whether valid or not.
+inline double physicalOf(BaseSignal& signal)
+{
+    double value = 0;
+    unsigned long timestamp = 0;
+    signal.read(value, timestamp);
+    return value;
+}
+
+// Sets BaseSignal::debug for the rest of the scope.
+struct DebugLevel {
+    explicit DebugLevel(int level) { BaseSignal::debug = level; }
+    ~DebugLevel() { BaseSignal::debug = 0; }
+    DebugLevel(const DebugLevel&) = delete;
+    DebugLevel& operator=(const DebugLevel&) = delete;
+};
