@@ -3,6 +3,7 @@
 #include "bus/CANSignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +15,8 @@ using Ids = std::vector<unsigned long>;
 
 canSignalDef_t canDef(const std::string& name, uint32_t msgId, uint16_t startbit, uint8_t bits, bool fd = false)
 {
-    canSignalDef_t def;
-    def.instance = def.signal = name;
-    def.channel = 1, def.msgId = msgId, def.startbit = startbit, def.bits = bits, def.canFD = fd;
+    auto def = definitionOf<canSignalDef_t>(name, bits, startbit);
+    def.channel = 1, def.msgId = msgId, def.canFD = fd;
     return def;
 }
 
@@ -40,12 +40,6 @@ struct LengthSpy : CANSignal {
     using CANSignal::write;
     std::vector<unsigned long> lengths;
 };
-
-unsigned long rawOf(BaseSignal& signal)
-{
-    unsigned long raw = 0, ts = 0;
-    return signal.read(raw, ts) ? raw : ~0UL;
-}
 
 } // namespace
 
@@ -106,9 +100,7 @@ TEST(CANSignal, FrameTableOrderCleanupAndDuplicateIdentifiers)
     BaseSignal::instanceCounter = b->id - 0x8000000000000000UL;
     CANSignal twin(canDef("twin", 0x10, 0, 8), false, &storage);
     BaseSignal::instanceCounter = counter;
-    std::ostringstream expected;
-    expected << "[ERROR] CANSignal::CANSignal() gpId 0x" << std::hex << b->id << " already exists"; // no line end
-    EXPECT_EQ(capture.out(), expected.str());
+    EXPECT_EQ(capture.out(), "[ERROR] CANSignal::CANSignal() gpId 0x" + hexText(b->id) + " already exists"); // no endl
     EXPECT_EQ(twin.id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance(b->id, &storage), b.get());
 
@@ -223,10 +215,8 @@ TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
         return CANSignal::decodeMessage(ctm, ids, 0, &childStorage) && ids.back() == writer.id ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(sig->read(raw, ts));
-    EXPECT_EQ(raw, 0x0201u);
-    EXPECT_EQ(ts, 77u);
+    EXPECT_EQ(rawOf(*sig), 0x0201u);
+    EXPECT_EQ(sig->slot->timestamp, 77u);
     sig.reset();
     EXPECT_FALSE(segmentExists(def.instance));
     removeKeyFile(def.instance);

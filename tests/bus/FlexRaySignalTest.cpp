@@ -3,13 +3,14 @@
 #include "bus/FlexRaySignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <sstream>
 
 namespace {
 
@@ -19,21 +20,14 @@ using Ids = std::vector<unsigned long>;
 flexRayPosition_t at(uint8_t baseCycle, uint8_t repetition, uint16_t startBit = 0, bool isStatic = true)
 {
     flexRayPosition_t p;
-    p.startBit = startBit;
-    p.type = isStatic;
-    p.slot = 10;
-    p.baseCycle = baseCycle;
-    p.repetition = repetition;
+    p.startBit = startBit, p.type = isStatic, p.slot = 10, p.baseCycle = baseCycle, p.repetition = repetition;
     return p;
 }
 
 flexRaySignalDef_t definition(const std::string& instance, std::vector<flexRayPosition_t> positions, uint8_t bits = 8)
 {
-    flexRaySignalDef_t def;
-    def.instance = def.signal = instance;
-    def.channel = 1;
-    def.bits = bits;
-    def.positions = std::move(positions);
+    auto def = definitionOf<flexRaySignalDef_t>(instance, bits);
+    def.channel = 1, def.positions = std::move(positions);
     return def;
 }
 
@@ -206,10 +200,6 @@ TEST(FlexRaySignal, PrintForm)
     def.positions[0].pduId = 7;
     SignalStorage storage;
     FlexRaySignal signal(def, false, &storage);
-    std::ostringstream os;
-    os << signal.definition;
-    EXPECT_EQ(os.str(), "instance=printed,signal=printed,channel=1,unit=,type=unsigned,startbit=0,bits=8,scale=1,"
-                        "offset=0,endian=LITTLE,multiplexed=no,mux=0,tslId=0[startBit=0,type=static,slot=10,"
-                        "baseCycle=0,repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" +
-                            std::string(63, ',') + "63]");
+    EXPECT_EQ(printed(signal.definition), printed(baseSignalDef_t(def)) + "[startBit=0,type=static,slot=10,baseCycle=0,"
+              "repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" + std::string(63, ',') + "63]");
 }

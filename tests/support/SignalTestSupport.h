@@ -5,6 +5,7 @@
 
 #include "signal/BaseSignal.h"
 
+#include <sstream>
 #include <string>
 
 // A definition of `bits` at `startbit` whose instance and signal are both `name`.
@@ -31,6 +32,14 @@ inline double physicalOf(BaseSignal& signal)
     unsigned long timestamp = 0;
     signal.read(value, timestamp);
     return value;
+}
+
+// An identifier as the message lines print it: lowercase hexadecimal, no 0x.
+inline std::string hexText(unsigned long id)
+{
+    std::ostringstream os;
+    os << std::hex << id;
+    return os.str();
 }
 
 // Sets BaseSignal::debug for the rest of the scope.
