@@ -178,8 +178,6 @@ TEST(LiveCommands, EventsPrintsTheParserTablesForATextOrStandardInput)
 
     ToolResult piped = runTool("events - <<'EOF'\nAI.3 + AI.3\n> MII.signal7\nEOF");
     EXPECT_EQ(piped.status, 0);
-    EXPECT_NE(piped.output.find("allSignals     AI.3 MII.signal7\n"), std::string::npos) << piped.output;
-    EXPECT_NE(piped.output.find("analogInputs   3=AI.3\n"), std::string::npos);
-    EXPECT_NE(piped.output.find("analogCount    2\n"), std::string::npos);
-    EXPECT_NE(piped.output.find("miiCount       1\n"), std::string::npos);
+    // The tables and counts themselves are the parser's, tested with it.
+    EXPECT_EQ(piped.output.substr(0, piped.output.find('\n') + 1), "allSignals     AI.3 MII.signal7\n");
 }

@@ -49,11 +49,6 @@ TEST(NmeaReader, RmcAndGgaOfOneFixMakeOneMessage)
     ASSERT_EQ(fixes.size(), 3u);
     EXPECT_EQ(fixes[0].nmea, rmc1 + "\r\n" + gga1);
     EXPECT_EQ(fixes[0].timestamp, 1700000000250000u); // the prefix
-    GPSTraceMessage::numeric_gprmc_t rmc;
-    GPSTraceMessage::numeric_gpgga_t gga;
-    EXPECT_TRUE(fixes[0].getGPRMC(rmc));
-    EXPECT_TRUE(fixes[0].getGPGGA(gga));
-    EXPECT_EQ(gga.satellites, 8);
 
     // Without a prefix: the fix's UTC date and time; 1994-03-23 12:35:20.5.
     EXPECT_EQ(fixes[1].nmea, rmc2);
