@@ -6,13 +6,13 @@
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
 #include "trace/GpioTraceMessage.h"
 #include "trace/KeyboardMessage.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <sstream>
 
 namespace {
 
@@ -26,13 +26,6 @@ bool inUse(unsigned type, unsigned input, SignalStorage* storage, unsigned char 
     bytes[15] = static_cast<unsigned char>(input);
     bytes[16] = marker;
     return InputSignal::signalsInUse(bytes, bytes + length, 2, storage);
-}
-
-std::string hex(unsigned long id)
-{
-    std::ostringstream text;
-    text << std::hex << id;
-    return text.str();
 }
 
 } // namespace
@@ -116,10 +109,8 @@ TEST(InputConstruction, IdentifiersNamesAndClashes)
     EXPECT_EQ(status.id, 0x0100000000000000UL + next + 3);
     EXPECT_EQ(BaseSignal::getInstance(key.id, &storage), &key);
     EXPECT_EQ(InputSignal::inputContainer.at(0x080000000000000aUL).front(), &key);
-    std::ostringstream form;
-    form << key;
-    EXPECT_NE(form.str().find(";instance=RC.F10,signal=RC.F10,channel=0,"), std::string::npos);
-    EXPECT_EQ(form.str().substr(form.str().rfind(';')), ";index=" + hex(key.id));
+    EXPECT_EQ(printed(key), printed(static_cast<const BaseSignal&>(key)) + ";" + printed(key.definition) + ";index=" +
+                                hexText(key.id));
 
     KeyboardSignal f11(inputDef("RC.F11"), false, &storage);
     LoggerStatusSignal unknown(inputDef("Logger.Foo"), false, &storage);
@@ -135,7 +126,7 @@ TEST(InputConstruction, IdentifiersNamesAndClashes)
     BaseSignal::instanceCounter = next;
     DigitalSignal clash(inputDef("clash"), false, &storage);
     BaseSignal::instanceCounter = next + 10;
-    EXPECT_EQ(capture.out(), "[ERROR] InputSignal::DigitalSignal() gpId 0x" + hex(digital.id) + " already exists\n");
+    EXPECT_EQ(capture.out(), "[ERROR] InputSignal::DigitalSignal() gpId 0x" + hexText(digital.id) + " already exists\n");
     EXPECT_EQ(clash.id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance(digital.id, &storage), &digital);
     EXPECT_EQ(InputSignal::inputContainer.at(0x0400000000000000UL).size(), 1u);
