@@ -103,17 +103,14 @@ TEST(Registry, MirrorSharesTheSlotAndRemovesTheParentEntries)
     EXPECT_EQ(mirror->storage, &storage);
     EXPECT_EQ(storage.instancesByName.size(), 1u); // the mirror files itself nowhere
 
-    mirror->writeRaw(77, 9);
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(parent->read(raw, ts));
-    EXPECT_EQ(raw, 77u);
-    EXPECT_TRUE(mirror->isModified());
-    EXPECT_FALSE(parent->isModified()); // modified is each object's own
+    mirror->writeRaw(0x77, 9);
+    EXPECT_EQ(stateOf(*mirror), "valid 77 @9 modified");
+    EXPECT_EQ(stateOf(*parent), "valid 77 @9"); // modified is each object's own
 
     mirror.reset();
     EXPECT_EQ(BaseSignal::getInstance("parent", &storage), nullptr);
     EXPECT_EQ(BaseSignal::getInstance(42UL, &storage), nullptr);
-    EXPECT_TRUE(parent->read(raw, ts)); // the slot is untouched
+    EXPECT_EQ(stateOf(*parent), "valid 77 @9"); // the slot is untouched
 
     OutputCapture capture;
     BaseSignal orphan(nullptr);

@@ -14,18 +14,10 @@ TEST(Value, NewSlotCarriesFillPatterns)
     EXPECT_EQ(sig.slot->size, 104u);
     EXPECT_EQ(std::string(sig.slot->name), std::string(31, 'n'));
     EXPECT_EQ(sig.slot->name[31], '\0');
-    EXPECT_FALSE(sig.slot->valid);
-    EXPECT_EQ(sig.slot->raw, 0xaaaaaaaau);
-    EXPECT_EQ(sig.slot->timestamp, 0x55555555u);
-
-    unsigned long raw = 0, ts = 0;
-    EXPECT_FALSE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0xaaaaaaaau);
+    EXPECT_EQ(stateOf(sig), "invalid aaaaaaaa @1431655765"); // time stamp 0x55555555
     // A first write of the fill pattern is not a change.
     sig.write(0xaaaaaaaaULL, 10);
-    EXPECT_FALSE(sig.isModified());
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(ts, 10u);
+    EXPECT_EQ(stateOf(sig), "valid aaaaaaaa @10");
 }
 
 TEST(Value, ModifiedValidAndTimestampAcrossWrites)
@@ -34,39 +26,24 @@ TEST(Value, ModifiedValidAndTimestampAcrossWrites)
     auto def = definitionOf("speed", 32);
     def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
     BaseSignal sig(def, false, &storage);
-    EXPECT_EQ(sig.getValueDescription(7), "reverse");
-    EXPECT_EQ(sig.getValueDescription(8), "");
-    unsigned long raw = 0, ts = 0;
+    EXPECT_EQ(sig.getValueDescription(7) + "|" + sig.getValueDescription(8), "reverse|");
 
     EXPECT_TRUE(sig.write(5, 100));
-    EXPECT_TRUE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 5 @100 modified");
     EXPECT_TRUE(sig.write(5, 200));
-    EXPECT_FALSE(sig.isModified()); // same value again
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 5u);
-    EXPECT_EQ(ts, 200u);
-
+    EXPECT_EQ(stateOf(sig), "valid 5 @200"); // same value again
     EXPECT_TRUE(sig.writeRaw(0x1234, 300));
-    EXPECT_TRUE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 1234 @300 modified");
     EXPECT_TRUE(sig.writeRaw(0x1234, 400));
-    EXPECT_FALSE(sig.isModified());
-
+    EXPECT_EQ(stateOf(sig), "valid 1234 @400");
     EXPECT_TRUE(sig.writeTS(500)); // time only: raw, valid, modified kept
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0x1234u);
-    EXPECT_EQ(ts, 500u);
-    EXPECT_FALSE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 1234 @500");
 
     sig.clear();
-    EXPECT_TRUE(sig.isModified());
-    EXPECT_FALSE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0u);
-    EXPECT_EQ(ts, 0u);
+    EXPECT_EQ(stateOf(sig), "invalid 0 @0 modified");
     EXPECT_EQ(sig.value, 0.0);
-
     sig.writeTS(600); // does not make a cleared value valid
-    EXPECT_FALSE(sig.read(raw, ts));
+    EXPECT_EQ(stateOf(sig), "invalid 0 @600 modified");
     sig.write(0, 700); // writing the cleared raw 0 is no change, but valid
-    EXPECT_FALSE(sig.isModified());
-    EXPECT_TRUE(sig.read(raw, ts));
+    EXPECT_EQ(stateOf(sig), "valid 0 @700");
 }

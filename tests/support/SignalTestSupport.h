@@ -25,6 +25,18 @@ inline unsigned long rawOf(BaseSignal& signal)
     return signal.read(raw, timestamp) ? raw : ~0UL;
 }
 
+// What a client reads, e.g. "valid 1234 @50 modified": the valid flag, the raw
+// value in hexadecimal, the time stamp, and whether the last write changed the value.
+inline std::string stateOf(BaseSignal& signal)
+{
+    unsigned long raw = 0, timestamp = 0;
+    const bool valid = signal.read(raw, timestamp);
+    std::ostringstream os;
+    os << (valid ? "valid " : "invalid ") << std::hex << raw << std::dec << " @" << timestamp
+       << (signal.isModified() ? " modified" : "");
+    return os.str();
+}
+
 // The physical value read through the lock, whether valid or not.
 inline double physicalOf(BaseSignal& signal)
 {
