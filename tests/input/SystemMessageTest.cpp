@@ -48,10 +48,7 @@ TEST(SystemMessages, StatusStartAndTimerCodes)
 
     // A common time stamp for all, values and validity untouched.
     LoggerStatusSignal::updateTimestamp(555);
-    unsigned long raw = 0, timestamp = 0;
-    EXPECT_TRUE(status.read(raw, timestamp));
-    EXPECT_EQ(raw, 5u);
-    EXPECT_EQ(timer.slot->timestamp, 555u);
+    EXPECT_EQ(stateOf(status) + ", " + stateOf(timer), "valid 5 @555 modified, valid 15180 @555 modified");
 }
 
 TEST(SystemMessages, UsageMessagesInEveryAbsentMemoryCombination)
