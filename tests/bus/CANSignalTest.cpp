@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -27,6 +28,16 @@ CANExtTraceMessage frame(uint32_t canId, uint8_t length, uint32_t format = 0)
     for (int i = 0; i < 64; ++i)
         ctm.payload[i] = static_cast<uint8_t>(i);
     return ctm;
+}
+
+// Decodes `ctm` for tslId 0; the result must say whether any identifier was
+// reported, and the list is emptied first even on a miss.
+Ids decoded(const CANExtTraceMessage& ctm, SignalStorage& storage)
+{
+    Ids ids{42};
+    const bool any = CANSignal::decodeMessage(ctm, ids, 0, &storage);
+    EXPECT_EQ(any, !ids.empty());
+    return ids;
 }
 
 // Records the length each byte-array write is handed.
@@ -77,9 +88,7 @@ TEST(CANSignal, CanFDDefinitionsAreNarrowedToEightBytes)
     auto bad = std::make_unique<CANSignal>(def, false, &storage);
     EXPECT_EQ(bad->id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance("fd_bad", &storage), bad.get());
-    Ids ids;
-    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x200, 64, 2), ids, 0, &storage));
-    EXPECT_EQ(ids, Ids{ok.id});
+    EXPECT_EQ(decoded(frame(0x200, 64, 2), storage), Ids{ok.id});
     EXPECT_EQ(rawOf(ok), 0x0d0u); // bits 100..111 of the frame
     EXPECT_EQ(rawOf(*bad), ~0UL);
     bad.reset();
@@ -113,24 +122,19 @@ TEST(CANSignal, FrameTableOrderCleanupAndDuplicateIdentifiers)
 TEST(CANDecode, ClassicFrames)
 {
     SignalStorage storage;
-    Ids ids{42};
-    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage)); // no CAN signal at all
-    EXPECT_TRUE(ids.empty());
+    EXPECT_EQ(decoded(frame(0x100, 8), storage), Ids{}); // no CAN signal at all
     CANSignal low(canDef("low", 0x100, 0, 16), false, &storage);
     CANSignal last(canDef("last", 0x100, 56, 8), false, &storage);
-    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{low.id, last.id}));
+    EXPECT_EQ(decoded(frame(0x100, 8), storage), (Ids{low.id, last.id}));
     EXPECT_EQ(rawOf(low), 0x0100u);
-    ids = {42};
-    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x101, 8), ids, 0, &storage));
-    EXPECT_TRUE(ids.empty());
+    EXPECT_EQ(decoded(frame(0x101, 8), storage), Ids{});
 
     // A classic definition on an FD frame (its identifier adds into the FD
     // flag) is written through the byte-array write with the frame's length
     // code and sees the first eight bytes of long frames; short frames zero-fill.
     LengthSpy onFD(canDef("onFD", 0x40000100, 56, 8), false, &storage);
     for (uint8_t length : {20, 200, 3}) {
-        EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, length, 2), ids, 0, &storage));
+        EXPECT_EQ(decoded(frame(0x100, length, 2), storage), Ids{onFD.id});
         EXPECT_EQ(rawOf(onFD), length > 7 ? 7u : 0u);
     }
     EXPECT_EQ(onFD.lengths, (std::vector<unsigned long>{11, 15, 3}));
@@ -150,25 +154,21 @@ TEST(CANDecode, CanFDByteRangesAndPdus)
     ctm.payload[0] = 0, ctm.payload[1] = 0, ctm.payload[2] = 0x10, ctm.payload[3] = 8;     // data 4..11
     ctm.payload[12] = 0, ctm.payload[13] = 0, ctm.payload[14] = 0x20, ctm.payload[15] = 4; // data 16..19
     ctm.payload[23] = 0xff; // the header at 20 sends the chain past the payload
-    Ids ids;
     OutputCapture capture;
     BaseSignal::debug = 1;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(decoded(ctm, storage), Ids{pdu20.id});
     BaseSignal::debug = 0;
-    EXPECT_EQ(ids, Ids{pdu20.id});
     EXPECT_EQ(rawOf(pdu20), 17u); // PDU data at 16, plus startByte 1
     EXPECT_NE(capture.out().find("[DEBUG] CANSignal::decodeMessage() tail: payload to small\n"), std::string::npos);
 
     ctm.length = 64;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{tail.id, pdu20.id}));
+    EXPECT_EQ(decoded(ctm, storage), (Ids{tail.id, pdu20.id}));
     EXPECT_EQ(rawOf(tail), 0x3f3e3d3cu);
     ctm.length = 0;
-    EXPECT_FALSE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(decoded(ctm, storage), Ids{});
     ctm.length = 255;    // counts as the 64 bytes that exist
     ctm.payload[3] = 58; // next header at 62, read partly past the array
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, Ids{tail.id});
+    EXPECT_EQ(decoded(ctm, storage), Ids{tail.id});
 }
 
 TEST(CANDecode, MultiplexersSelectASecondStage)
@@ -188,15 +188,10 @@ TEST(CANDecode, MultiplexersSelectASecondStage)
     CANSignal::canContainer[first + CANSignal::multiplexerTerm(1)] = {&nested};
 
     auto ctm = frame(0x300, 8);
-    Ids ids;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{mux.id, classic.id, mux2.id, nested.id})); // fd written, not reported
-    EXPECT_EQ(rawOf(classic), 2u);
-    EXPECT_EQ(rawOf(fd), 10u);
-    EXPECT_EQ(rawOf(nested), 3u);
+    EXPECT_EQ(decoded(ctm, storage), (Ids{mux.id, classic.id, mux2.id, nested.id})); // fd written, not reported
+    EXPECT_EQ(std::make_tuple(rawOf(classic), rawOf(fd), rawOf(nested)), std::make_tuple(2ul, 10ul, 3ul));
     ctm.payload[0] = 5; // no second stage filed for this value
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{mux.id, mux2.id}));
+    EXPECT_EQ(decoded(ctm, storage), (Ids{mux.id, mux2.id}));
 }
 
 TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
@@ -209,9 +204,9 @@ TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
     const int status = runInChild([&] {
         SignalStorage childStorage;
         CANSignal writer(def, true, &childStorage);
-        Ids ids;
         auto ctm = frame(0x400, 8);
         ctm.timestamp = 77;
+        Ids ids;
         return CANSignal::decodeMessage(ctm, ids, 0, &childStorage) && ids.back() == writer.id ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
