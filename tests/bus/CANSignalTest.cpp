@@ -77,8 +77,7 @@ TEST(CANSignal, CanFDDefinitionsAreNarrowedToEightBytes)
 {
     auto def = canDef("fd_bad", 0x200, 100, 12, true);
     EXPECT_TRUE(CANSignal::checkSignalDefinition(def));
-    EXPECT_EQ(def.startByte, 12);
-    EXPECT_EQ(def.numBytes, 2);
+    EXPECT_EQ(std::tie(def.startByte, def.numBytes), std::make_tuple(12, 2));
     def.startbit = 4, def.bits = 64;
     EXPECT_FALSE(CANSignal::checkSignalDefinition(def));
     EXPECT_EQ(def.numBytes, 9);

@@ -104,8 +104,7 @@ TEST(FlexRaySignal, ChildrenShareTheSlotAndIdentifier)
     parent.reset();
     EXPECT_EQ(capture.err(), "");
     EXPECT_FALSE(segmentExists(name));
-    EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty());
-    EXPECT_TRUE(storage.flexRaySignals.empty());
+    EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty() && storage.flexRaySignals.empty());
     removeKeyFile(name);
 
     capture.reset();

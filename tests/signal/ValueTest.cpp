@@ -12,8 +12,7 @@ TEST(Value, NewSlotCarriesFillPatterns)
     BaseSignal sig(def, false, &storage);
     EXPECT_EQ(sig.slot, &sig.privateSlot);
     EXPECT_EQ(sig.slot->size, 104u);
-    EXPECT_EQ(std::string(sig.slot->name), std::string(31, 'n'));
-    EXPECT_EQ(sig.slot->name[31], '\0');
+    EXPECT_EQ(std::string(sig.slot->name), std::string(31, 'n')); // cut, NUL-terminated
     EXPECT_EQ(stateOf(sig), "invalid aaaaaaaa @1431655765"); // time stamp 0x55555555
     // A first write of the fill pattern is not a change.
     sig.write(0xaaaaaaaaULL, 10);
