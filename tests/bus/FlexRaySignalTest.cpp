@@ -55,7 +55,7 @@ std::vector<unsigned> filedCycles(const FlexRaySignal* signal)
 
 } // namespace
 
-TEST(FlexRaySignal, CycleTablesAndFrameKeys)
+TEST(FlexRaySignal, CycleTablesFrameKeysAndPrintForm)
 {
     SignalStorage storage;
     FlexRaySignal every4(definition("every4", {at(1, 4)}), false, &storage);
@@ -80,6 +80,14 @@ TEST(FlexRaySignal, CycleTablesAndFrameKeys)
     EXPECT_EQ(rejected.id, ~0UL);
     EXPECT_EQ(storage.flexRaySignals.size(), 5u);
     EXPECT_TRUE(filedCycles(&rejected).empty());
+
+    // The print form lists the cycles a position is filed under.
+    auto def = definition("printed", {at(0, 63)});
+    def.positions[0].pduId = 7;
+    FlexRaySignal printedSignal(def, false, &storage);
+    EXPECT_EQ(printed(printedSignal.definition), printed(baseSignalDef_t(def)) + "[startBit=0,type=static,slot=10,"
+              "baseCycle=0,repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" + std::string(63, ',') +
+              "63]");
 }
 
 TEST(FlexRaySignal, ChildrenShareTheSlotAndIdentifier)
@@ -191,14 +199,4 @@ TEST(FlexRaySignal, SignalsInUseOnRawRecords)
     EXPECT_EQ(capture.out(), "[DEBUG] FlexRaySignal::signalsInUse() id = 2000000000401501 in use \n");
     record[14] = 18;
     EXPECT_FALSE(inUse(32));
-}
-
-TEST(FlexRaySignal, PrintForm)
-{
-    auto def = definition("printed", {at(0, 63)});
-    def.positions[0].pduId = 7;
-    SignalStorage storage;
-    FlexRaySignal signal(def, false, &storage);
-    EXPECT_EQ(printed(signal.definition), printed(baseSignalDef_t(def)) + "[startBit=0,type=static,slot=10,baseCycle=0,"
-              "repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" + std::string(63, ',') + "63]");
 }

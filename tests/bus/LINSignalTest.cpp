@@ -29,7 +29,7 @@ LINTraceMessage linFrame(uint8_t protectedId, size_t bytes)
 
 } // namespace
 
-TEST(LINSignal, FramesFeedTheSignalsOfTheirSixBitIdentifier)
+TEST(LINSignal, SixBitIdentifiersEmptyFramesAndTheUnknownFrameLine)
 {
     SignalStorage storage;
     std::vector<unsigned long> ids{1};
@@ -56,14 +56,9 @@ TEST(LINSignal, FramesFeedTheSignalsOfTheirSixBitIdentifier)
 
     first.reset();
     EXPECT_EQ(LINSignal::linContainer.at(0x4000000000010205ULL), std::vector<LINSignal*>{&second});
-}
 
-TEST(LINSignal, UnknownFramesAreReportedAtLevelTwo)
-{
-    SignalStorage storage;
-    LINSignal sig(linDef("lin", 7, 0), false, &storage);
+    // A frame no signal reads is reported at debug level 2 only.
     const auto unknown = linFrame(8, 1);
-    std::vector<unsigned long> ids;
     OutputCapture capture;
     BaseSignal::debug = 1;
     LINSignal::decodeMessage(unknown, ids, 1, &storage);

@@ -4,11 +4,12 @@
 
 #include <gtest/gtest.h>
 
-TEST(Value, NewSlotCarriesFillPatterns)
+TEST(Value, FillPatternsThenModifiedValidAndTimestampAcrossWrites)
 {
     SignalStorage storage;
     auto def = definitionOf("fresh", 32);
     def.signal = std::string(40, 'n');
+    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
     BaseSignal sig(def, false, &storage);
     EXPECT_EQ(sig.slot, &sig.privateSlot);
     EXPECT_EQ(sig.slot->size, 104u);
@@ -17,14 +18,6 @@ TEST(Value, NewSlotCarriesFillPatterns)
     // A first write of the fill pattern is not a change.
     sig.write(0xaaaaaaaaULL, 10);
     EXPECT_EQ(stateOf(sig), "valid aaaaaaaa @10");
-}
-
-TEST(Value, ModifiedValidAndTimestampAcrossWrites)
-{
-    SignalStorage storage;
-    auto def = definitionOf("speed", 32);
-    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
-    BaseSignal sig(def, false, &storage);
     EXPECT_EQ(sig.getValueDescription(7) + "|" + sig.getValueDescription(8), "reverse|");
 
     EXPECT_TRUE(sig.write(5, 100));

@@ -5,11 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <tuple>
 
-#include <string>
-
-TEST(CandumpReader, ClassicFdAndExtendedFrames)
+TEST(CandumpReader, ClassicFdExtendedSkippedAndBadLines)
 {
     CandumpReader reader;
     reader.mapInterface("can1", 7);
@@ -31,13 +30,8 @@ TEST(CandumpReader, ClassicFdAndExtendedFrames)
     ASSERT_EQ(reader.parseLine("(3.0) vcan0 1FFFFFFF##011223", frame, reason), CandumpReader::Bad);
     ASSERT_EQ(reader.parseLine("(3.0) vcan0 1FFFFFFF##011.22.33", frame, reason), CandumpReader::Frame);
     EXPECT_EQ(std::tie(frame.frameFormat, frame.length), std::make_tuple(3, 3));
-}
 
-TEST(CandumpReader, SkipsRemoteAndErrorFramesAndReportsBadLines)
-{
-    CandumpReader reader;
-    CANExtTraceMessage frame;
-    const char* reason = nullptr;
+    // Remote and error frames are skipped; bad lines say why.
     EXPECT_EQ(reader.parseLine("(1.0) can0 123#R", frame, reason), CandumpReader::Skipped);
     EXPECT_EQ(reader.parseLine("(1.0) can0 123#R4", frame, reason), CandumpReader::Skipped);
     EXPECT_EQ(reader.parseLine("(1.0) can0 20000080#0000000000000000", frame, reason), CandumpReader::Skipped);

@@ -124,7 +124,7 @@ TEST(JsonDefinitions, InputKindsDefaultsAndAppending)
     EXPECT_EQ(set.size(), 8u);
 }
 
-TEST(JsonDefinitions, ErrorsNameTheJsonPath)
+TEST(JsonDefinitions, ErrorsNameTheJsonPathOrLineAndColumn)
 {
     const std::string bits = "defs.json: /can/1/bits: expected an unsigned integer 0..255, got ";
     EXPECT_EQ(canError(R"("bits": "x")"), bits + "\"x\"");
@@ -165,10 +165,7 @@ TEST(JsonDefinitions, ErrorsNameTheJsonPath)
               "defs.json: /ethernet/0/positions/0/ethSignalType: expected one of \"default\", \"ipdu\", \"spdu\", "
               "\"someip\", got \"SOME/IP\"");
     EXPECT_EQ(positionError(R"("cycle": 1)"), "defs.json: /ethernet/0/positions/0/cycle: unknown key");
-}
 
-TEST(JsonDefinitions, MacAndIpv4TextsAreStrict)
-{
     const std::string at = "defs.json: /ethernet/0/positions/0/";
     for (const std::string mac : {"02:00:5e:10:00", "02:00:5e:10:00:01:02", "02-00-5e-10-00-01", "2:00:5e:10:00:01:",
                                   "02:00:5e:10:00:0g", "0200.5e10.0001", ""})
@@ -180,10 +177,7 @@ TEST(JsonDefinitions, MacAndIpv4TextsAreStrict)
                                  "1..2.3", "1.2.3.-4", "1.2.3.0004", "", "a.b.c.d"})
         EXPECT_EQ(positionError(R"("sourceIp": ")" + ip + "\""),
                   at + R"(sourceIp: expected an IPv4 address "a.b.c.d", got ")" + ip + "\"");
-}
 
-TEST(JsonDefinitions, SyntaxErrorsGiveLineAndColumn)
-{
     EXPECT_EQ(parseError("{\n  \"can\": [\n    {\"instance\": \"A\",}\n  ]\n}"),
               "defs.json:3:22: syntax error while parsing object key - unexpected '}'; expected string literal");
     EXPECT_EQ(parseError(""), "defs.json:1:1: syntax error while parsing value - unexpected end of input; expected "
