@@ -21,29 +21,32 @@ std::vector<uint8_t> record(uint16_t type, uint8_t onChannel, const std::vector<
     return rec;
 }
 
+// Each position's byte range, "startByte+numBytes".
+std::string ranges(const ethernetSignalDef_t& def)
+{
+    std::string text;
+    for (const ethernetPosition_t& pos : def.positions)
+        text += std::to_string(pos.startByte) + "+" + std::to_string(pos.numBytes) + " ";
+    return text;
+}
+
 } // namespace
 
 TEST_F(EthernetTest, ByteRangesAndRejection)
 {
     auto le = definition("le", {position(ETH_DEFAULT, 4), position(ETH_DEFAULT, 0)}, 64);
     EXPECT_FALSE(EthernetSignal::checkSignalDefinition(le));
-    EXPECT_EQ(le.positions[0].numBytes, 9);
-    EXPECT_EQ(le.positions[1].numBytes, 0); // left as it was
+    EXPECT_EQ(ranges(le), "0+9 0+0 "); // the second left as it was
     le.positions.erase(le.positions.begin());
     EXPECT_TRUE(EthernetSignal::checkSignalDefinition(le));
-    EXPECT_EQ(le.positions[0].numBytes, 8);
-
+    EXPECT_EQ(ranges(le), "0+8 ");
+    // The msb at bit 4 of byte 2: bytes 2 to 4.
     auto be = definition("be", {position(ETH_DEFAULT, 7), position(ETH_DEFAULT, 20)}, 16, true);
     EXPECT_TRUE(EthernetSignal::checkSignalDefinition(be));
-    EXPECT_EQ(be.positions[0].numBytes, 2);
-    EXPECT_EQ(be.positions[1].startByte, 2);
-    EXPECT_EQ(be.positions[1].numBytes, 3); // msb at bit 4 of byte 2: bytes 2 to 4
-
+    EXPECT_EQ(ranges(be), "0+2 2+3 ");
     auto wide = definition("wide", {position(ETH_DEFAULT, 8), position(ETH_DEFAULT, 8)}, 65);
     EXPECT_FALSE(EthernetSignal::checkSignalDefinition(wide));
-    EXPECT_EQ(wide.positions[0].startByte, 1);
-    EXPECT_EQ(wide.positions[1].startByte, 0); // only the first is computed
-
+    EXPECT_EQ(ranges(wide), "1+9 0+0 "); // too many bits: the check stops at the first
     const EthernetSignal rejected(definition("rejected", {position(ETH_DEFAULT, 4)}, 64), false, &storage);
     EXPECT_EQ(rejected.id, ~0UL);
     EXPECT_TRUE(storage.ethernetSignals.empty() && storage.instancesById.empty());

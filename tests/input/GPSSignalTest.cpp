@@ -47,7 +47,8 @@ struct GpsSignals {
 TEST(GPS, PredefinedNamesTypesUnitsAndTexts)
 {
     GpsSignals gps;
-    EXPECT_EQ(std::make_tuple(gps["GPS.Course"].getType(), gps["GPS.Course"].getUnit(), gps["GPS.Satellites"].getType()),
+    EXPECT_EQ(std::make_tuple(gps["GPS.Course"].getType(), gps["GPS.Course"].getUnit(),
+                              gps["GPS.Satellites"].getType()),
               std::make_tuple(SIGNAL_DOUBLE, std::string("\xc2\xb0"), SIGNAL_UNSIGNED));
     EXPECT_EQ(gps["GPS.Time"].id & 0xff80000000000000UL, 0x0080000000000000UL);
 

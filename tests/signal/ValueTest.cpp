@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(Value, FillPatternsThenModifiedValidAndTimestampAcrossWrites)
+TEST(Value, FillPatternsThenValidModifiedAndTimestampAcrossWrites)
 {
     SignalStorage storage;
     auto def = definitionOf("fresh", 32);

@@ -35,7 +35,7 @@ const uint64_t t0 = 1763765400123456ULL; // 2025-11-21 22:50:00.123456
 
 } // namespace
 
-TEST(RowWriter, CsvQuotesLikeRfc4180AndPrintsShortestDoublesTableAndJsonLines)
+TEST(RowWriter, CsvQuotesLikeRfc4180WithShortestDoublesTableAndJsonLines)
 {
     const std::string text = captured([](OutputBuffer& out) {
         CsvRowWriter csv(out);
