@@ -19,7 +19,9 @@ RecordedMessage parsed(TraceLineReader& reader, const char* line)
 
 } // namespace
 
-TEST(TraceLineReader, EveryKindBecomesItsMessage)
+// Every kind in its usual form is decoded in the example recordings' test;
+// here the fields one by one and the optional and alternative forms.
+TEST(TraceLineReader, FieldsAndTheOptionalAndAlternativeForms)
 {
     TraceLineReader reader;
     RecordedMessage m = parsed(reader, "(12.5) LIN 2 c5 0102");
@@ -30,7 +32,6 @@ TEST(TraceLineReader, EveryKindBecomesItsMessage)
     m = parsed(reader, "(1.000001) FLEXRAY 1 12 5 dynamic 00.01.02.03");
     EXPECT_EQ(printed(m.flexRay), "timestamp=1970-01-01 00:00:01.000001,frameKind=17,channel=1,data=00 01 02 03,"
                                   "slot=12,cycle=5,payload=00 01 02 03");
-    EXPECT_EQ(parsed(reader, "(1.0) FLEXRAY 1 12 5 static").flexRay.frameKind, 16);
 
     m = parsed(reader, "(2.0) GPIO 1 3 0008");
     EXPECT_EQ(m.inputModule, 1);
@@ -38,8 +39,8 @@ TEST(TraceLineReader, EveryKindBecomesItsMessage)
     EXPECT_EQ(parsed(reader, "(2.0) GPIO 1 3 00f8 000F").gpio.elements.at(0).mask, 0xf);
 
     // Readings keep their decimal digits: mantissa and power of ten.
-    for (const auto& [text, mantissa, exponent] : {std::tuple{"12.6", 126, -1}, std::tuple{"-3", -3, 0},
-                                                   std::tuple{"1250e-2", 1250, -2}, std::tuple{"+0.5E3", 5, 2}}) {
+    for (const auto& [text, mantissa, exponent] :
+         {std::tuple{"-3", -3, 0}, std::tuple{"1250e-2", 1250, -2}, std::tuple{"+0.5E3", 5, 2}}) {
         m = parsed(reader, (std::string("(3.0) ANALOG 4 2 ") + text).c_str());
         EXPECT_EQ(m.inputModule, 4);
         EXPECT_EQ(printed(m.analog.elements.at(0)), "input=2,mantissa=" + std::to_string(mantissa) +
@@ -48,9 +49,7 @@ TEST(TraceLineReader, EveryKindBecomesItsMessage)
 
     EXPECT_EQ(printed(parsed(reader, "(4.0) KEY 16 -1").keyboard),
               "timestamp=1970-01-01 00:00:04.000000,keyCode=16,value=-1");
-    EXPECT_EQ(printed(parsed(reader, "(5.0) SYSTEM 16 3").system),
-              "timestamp=1970-01-01 00:00:05.000000,code=16,text=3");
-    EXPECT_EQ(parsed(reader, "(5.0) SYSTEM 99").system.text, "");
+    EXPECT_EQ(printed(parsed(reader, "(5.0) SYSTEM 99").system), "timestamp=1970-01-01 00:00:05.000000,code=99,text=");
     m = parsed(reader, "(6.0) USAGE 40 255 70");
     EXPECT_EQ(m.kind, RecordedMessage::SystemUsage);
     EXPECT_EQ(printed(m.usage), "timestamp=1970-01-01 00:00:06.000000,code=2,text=,internalUsage=40,"
