@@ -43,4 +43,6 @@ TEST(CandumpReader, ClassicFdExtendedSkippedAndBadLines)
         EXPECT_EQ(reader.parseLine(line, frame, reason), CandumpReader::Bad) << line;
         EXPECT_NE(reason, nullptr) << line;
     }
+    reader.parseLine("garbage", frame, reason);
+    EXPECT_STREQ(reason, "expected a time stamp \"(<seconds>.<microseconds>)\"");
 }

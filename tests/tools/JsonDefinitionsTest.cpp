@@ -197,8 +197,6 @@ TEST(JsonDefinitions, ExampleFileBuildsEverySignal)
     DefinitionSet set;
     std::string error;
     ASSERT_TRUE(JsonDefinitions::readFile(RKSIGNAL_EXAMPLES_DIR "/definitions.json", set, error)) << error;
-    for (const auto* kind : {&set.digital, &set.analog, &set.keyboard, &set.loggerStatus, &set.gps})
-        EXPECT_FALSE(kind->empty());
     // A rejected definition is a problem; an unknown predefined name, an error line.
     OutputCapture capture;
     SignalSet signals;

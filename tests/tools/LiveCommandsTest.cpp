@@ -74,6 +74,9 @@ TEST(LiveCommands, DecodeWritesSharedValuesThatWatchReadsFromAnotherProcess)
                                                                    "  value  unit  description  state     age");
     EXPECT_EQ(rowOf(watch.output, value), (Fields{value, "5.5", "km/h", "valid", "0.000s"}));
     EXPECT_EQ(rowOf(watch.output, state), (Fields{state, "1", "run", "valid", "0.000s"}));
+    ToolResult selected = runTool("watch --once --signals '*.State' --defs " + defs + " 2>/dev/null");
+    EXPECT_TRUE(rowOf(selected.output, value).empty());
+    EXPECT_EQ(rowOf(selected.output, state).size(), 5u);
 
     // The watcher only detached; a writer that is not told to keep them
     // takes the segments over and removes them at its end.
