@@ -3,10 +3,12 @@
 #include "bus/CANSignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 namespace {
 
@@ -14,9 +16,8 @@ using Ids = std::vector<unsigned long>;
 
 canSignalDef_t canDef(const std::string& name, uint32_t msgId, uint16_t startbit, uint8_t bits, bool fd = false)
 {
-    canSignalDef_t def;
-    def.instance = def.signal = name;
-    def.channel = 1, def.msgId = msgId, def.startbit = startbit, def.bits = bits, def.canFD = fd;
+    auto def = definitionOf<canSignalDef_t>(name, bits, startbit);
+    def.channel = 1, def.msgId = msgId, def.canFD = fd;
     return def;
 }
 
@@ -27,6 +28,16 @@ CANExtTraceMessage frame(uint32_t canId, uint8_t length, uint32_t format = 0)
     for (int i = 0; i < 64; ++i)
         ctm.payload[i] = static_cast<uint8_t>(i);
     return ctm;
+}
+
+// Decodes `ctm` for tslId 0; the result must say whether any identifier was
+// reported, and the list is emptied first even on a miss.
+Ids decoded(const CANExtTraceMessage& ctm, SignalStorage& storage)
+{
+    Ids ids{42};
+    const bool any = CANSignal::decodeMessage(ctm, ids, 0, &storage);
+    EXPECT_EQ(any, !ids.empty());
+    return ids;
 }
 
 // Records the length each byte-array write is handed.
@@ -40,12 +51,6 @@ struct LengthSpy : CANSignal {
     using CANSignal::write;
     std::vector<unsigned long> lengths;
 };
-
-unsigned long rawOf(BaseSignal& signal)
-{
-    unsigned long raw = 0, ts = 0;
-    return signal.read(raw, ts) ? raw : ~0UL;
-}
 
 } // namespace
 
@@ -72,8 +77,7 @@ TEST(CANSignal, CanFDDefinitionsAreNarrowedToEightBytes)
 {
     auto def = canDef("fd_bad", 0x200, 100, 12, true);
     EXPECT_TRUE(CANSignal::checkSignalDefinition(def));
-    EXPECT_EQ(def.startByte, 12);
-    EXPECT_EQ(def.numBytes, 2);
+    EXPECT_EQ(std::tie(def.startByte, def.numBytes), std::make_tuple(12, 2));
     def.startbit = 4, def.bits = 64;
     EXPECT_FALSE(CANSignal::checkSignalDefinition(def));
     EXPECT_EQ(def.numBytes, 9);
@@ -83,9 +87,7 @@ TEST(CANSignal, CanFDDefinitionsAreNarrowedToEightBytes)
     auto bad = std::make_unique<CANSignal>(def, false, &storage);
     EXPECT_EQ(bad->id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance("fd_bad", &storage), bad.get());
-    Ids ids;
-    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x200, 64, 2), ids, 0, &storage));
-    EXPECT_EQ(ids, Ids{ok.id});
+    EXPECT_EQ(decoded(frame(0x200, 64, 2), storage), Ids{ok.id});
     EXPECT_EQ(rawOf(ok), 0x0d0u); // bits 100..111 of the frame
     EXPECT_EQ(rawOf(*bad), ~0UL);
     bad.reset();
@@ -106,9 +108,7 @@ TEST(CANSignal, FrameTableOrderCleanupAndDuplicateIdentifiers)
     BaseSignal::instanceCounter = b->id - 0x8000000000000000UL;
     CANSignal twin(canDef("twin", 0x10, 0, 8), false, &storage);
     BaseSignal::instanceCounter = counter;
-    std::ostringstream expected;
-    expected << "[ERROR] CANSignal::CANSignal() gpId 0x" << std::hex << b->id << " already exists"; // no line end
-    EXPECT_EQ(capture.out(), expected.str());
+    EXPECT_EQ(capture.out(), "[ERROR] CANSignal::CANSignal() gpId 0x" + hexText(b->id) + " already exists"); // no endl
     EXPECT_EQ(twin.id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance(b->id, &storage), b.get());
 
@@ -121,24 +121,19 @@ TEST(CANSignal, FrameTableOrderCleanupAndDuplicateIdentifiers)
 TEST(CANDecode, ClassicFrames)
 {
     SignalStorage storage;
-    Ids ids{42};
-    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage)); // no CAN signal at all
-    EXPECT_TRUE(ids.empty());
+    EXPECT_EQ(decoded(frame(0x100, 8), storage), Ids{}); // no CAN signal at all
     CANSignal low(canDef("low", 0x100, 0, 16), false, &storage);
     CANSignal last(canDef("last", 0x100, 56, 8), false, &storage);
-    EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, 8), ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{low.id, last.id}));
+    EXPECT_EQ(decoded(frame(0x100, 8), storage), (Ids{low.id, last.id}));
     EXPECT_EQ(rawOf(low), 0x0100u);
-    ids = {42};
-    EXPECT_FALSE(CANSignal::decodeMessage(frame(0x101, 8), ids, 0, &storage));
-    EXPECT_TRUE(ids.empty());
+    EXPECT_EQ(decoded(frame(0x101, 8), storage), Ids{});
 
     // A classic definition on an FD frame (its identifier adds into the FD
     // flag) is written through the byte-array write with the frame's length
     // code and sees the first eight bytes of long frames; short frames zero-fill.
     LengthSpy onFD(canDef("onFD", 0x40000100, 56, 8), false, &storage);
     for (uint8_t length : {20, 200, 3}) {
-        EXPECT_TRUE(CANSignal::decodeMessage(frame(0x100, length, 2), ids, 0, &storage));
+        EXPECT_EQ(decoded(frame(0x100, length, 2), storage), Ids{onFD.id});
         EXPECT_EQ(rawOf(onFD), length > 7 ? 7u : 0u);
     }
     EXPECT_EQ(onFD.lengths, (std::vector<unsigned long>{11, 15, 3}));
@@ -158,25 +153,21 @@ TEST(CANDecode, CanFDByteRangesAndPdus)
     ctm.payload[0] = 0, ctm.payload[1] = 0, ctm.payload[2] = 0x10, ctm.payload[3] = 8;     // data 4..11
     ctm.payload[12] = 0, ctm.payload[13] = 0, ctm.payload[14] = 0x20, ctm.payload[15] = 4; // data 16..19
     ctm.payload[23] = 0xff; // the header at 20 sends the chain past the payload
-    Ids ids;
     OutputCapture capture;
     BaseSignal::debug = 1;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(decoded(ctm, storage), Ids{pdu20.id});
     BaseSignal::debug = 0;
-    EXPECT_EQ(ids, Ids{pdu20.id});
     EXPECT_EQ(rawOf(pdu20), 17u); // PDU data at 16, plus startByte 1
     EXPECT_NE(capture.out().find("[DEBUG] CANSignal::decodeMessage() tail: payload to small\n"), std::string::npos);
 
     ctm.length = 64;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{tail.id, pdu20.id}));
+    EXPECT_EQ(decoded(ctm, storage), (Ids{tail.id, pdu20.id}));
     EXPECT_EQ(rawOf(tail), 0x3f3e3d3cu);
     ctm.length = 0;
-    EXPECT_FALSE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
+    EXPECT_EQ(decoded(ctm, storage), Ids{});
     ctm.length = 255;    // counts as the 64 bytes that exist
     ctm.payload[3] = 58; // next header at 62, read partly past the array
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, Ids{tail.id});
+    EXPECT_EQ(decoded(ctm, storage), Ids{tail.id});
 }
 
 TEST(CANDecode, MultiplexersSelectASecondStage)
@@ -196,15 +187,10 @@ TEST(CANDecode, MultiplexersSelectASecondStage)
     CANSignal::canContainer[first + CANSignal::multiplexerTerm(1)] = {&nested};
 
     auto ctm = frame(0x300, 8);
-    Ids ids;
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{mux.id, classic.id, mux2.id, nested.id})); // fd written, not reported
-    EXPECT_EQ(rawOf(classic), 2u);
-    EXPECT_EQ(rawOf(fd), 10u);
-    EXPECT_EQ(rawOf(nested), 3u);
+    EXPECT_EQ(decoded(ctm, storage), (Ids{mux.id, classic.id, mux2.id, nested.id})); // fd written, not reported
+    EXPECT_EQ(std::make_tuple(rawOf(classic), rawOf(fd), rawOf(nested)), std::make_tuple(2ul, 10ul, 3ul));
     ctm.payload[0] = 5; // no second stage filed for this value
-    EXPECT_TRUE(CANSignal::decodeMessage(ctm, ids, 0, &storage));
-    EXPECT_EQ(ids, (Ids{mux.id, mux2.id}));
+    EXPECT_EQ(decoded(ctm, storage), (Ids{mux.id, mux2.id}));
 }
 
 TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
@@ -217,16 +203,14 @@ TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
     const int status = runInChild([&] {
         SignalStorage childStorage;
         CANSignal writer(def, true, &childStorage);
-        Ids ids;
         auto ctm = frame(0x400, 8);
         ctm.timestamp = 77;
+        Ids ids;
         return CANSignal::decodeMessage(ctm, ids, 0, &childStorage) && ids.back() == writer.id ? 0 : 1;
     });
     EXPECT_EQ(status, 0);
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(sig->read(raw, ts));
-    EXPECT_EQ(raw, 0x0201u);
-    EXPECT_EQ(ts, 77u);
+    EXPECT_EQ(rawOf(*sig), 0x0201u);
+    EXPECT_EQ(sig->slot->timestamp, 77u);
     sig.reset();
     EXPECT_FALSE(segmentExists(def.instance));
     removeKeyFile(def.instance);

@@ -10,13 +10,6 @@ using namespace ethernet_test;
 
 namespace {
 
-unsigned long rawOf(BaseSignal& sig)
-{
-    unsigned long raw = 0, time = 0;
-    sig.read(raw, time);
-    return raw;
-}
-
 size_t occurrences(const std::string& text, const std::string& part)
 {
     size_t count = 0;

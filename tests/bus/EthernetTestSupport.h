@@ -3,6 +3,8 @@
 
 #include "bus/EthernetSignal.h"
 #include "support/FrameBuilder.h"
+#include "support/Printed.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -19,10 +21,7 @@ constexpr uint16_t port = 30501;
 inline ethernetPosition_t position(ethSignalPosType_t type, uint16_t startBit, uint32_t id = 0, uint16_t method = 0)
 {
     ethernetPosition_t pos;
-    pos.ethSignalType = type;
-    pos.startBit = startBit;
-    pos.destinationPort = port;
-    pos.ipProtocol = 17;
+    pos.ethSignalType = type, pos.startBit = startBit, pos.destinationPort = port, pos.ipProtocol = 17;
     pos.pduId = pos.messageId = pos.serviceId = id;
     pos.methodEventId = method;
     return pos;
@@ -31,12 +30,8 @@ inline ethernetPosition_t position(ethSignalPosType_t type, uint16_t startBit, u
 inline ethernetSignalDef_t definition(const std::string& name, std::vector<ethernetPosition_t> positions,
                                       uint8_t bits = 8, bool bigEndian = false)
 {
-    ethernetSignalDef_t def;
-    def.instance = def.signal = name;
-    def.channel = channel;
-    def.bits = bits;
-    def.endian = bigEndian;
-    def.positions = std::move(positions);
+    auto def = definitionOf<ethernetSignalDef_t>(name, bits);
+    def.channel = channel, def.endian = bigEndian, def.positions = std::move(positions);
     return def;
 }
 

@@ -3,13 +3,14 @@
 #include "bus/FlexRaySignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <sstream>
 
 namespace {
 
@@ -19,21 +20,14 @@ using Ids = std::vector<unsigned long>;
 flexRayPosition_t at(uint8_t baseCycle, uint8_t repetition, uint16_t startBit = 0, bool isStatic = true)
 {
     flexRayPosition_t p;
-    p.startBit = startBit;
-    p.type = isStatic;
-    p.slot = 10;
-    p.baseCycle = baseCycle;
-    p.repetition = repetition;
+    p.startBit = startBit, p.type = isStatic, p.slot = 10, p.baseCycle = baseCycle, p.repetition = repetition;
     return p;
 }
 
 flexRaySignalDef_t definition(const std::string& instance, std::vector<flexRayPosition_t> positions, uint8_t bits = 8)
 {
-    flexRaySignalDef_t def;
-    def.instance = def.signal = instance;
-    def.channel = 1;
-    def.bits = bits;
-    def.positions = std::move(positions);
+    auto def = definitionOf<flexRaySignalDef_t>(instance, bits);
+    def.channel = 1, def.positions = std::move(positions);
     return def;
 }
 
@@ -61,7 +55,7 @@ std::vector<unsigned> filedCycles(const FlexRaySignal* signal)
 
 } // namespace
 
-TEST(FlexRaySignal, CycleTablesAndFrameKeys)
+TEST(FlexRaySignal, CycleTablesFrameKeysAndPrintForm)
 {
     SignalStorage storage;
     FlexRaySignal every4(definition("every4", {at(1, 4)}), false, &storage);
@@ -86,6 +80,14 @@ TEST(FlexRaySignal, CycleTablesAndFrameKeys)
     EXPECT_EQ(rejected.id, ~0UL);
     EXPECT_EQ(storage.flexRaySignals.size(), 5u);
     EXPECT_TRUE(filedCycles(&rejected).empty());
+
+    // The print form lists the cycles a position is filed under.
+    auto def = definition("printed", {at(0, 63)});
+    def.positions[0].pduId = 7;
+    FlexRaySignal printedSignal(def, false, &storage);
+    EXPECT_EQ(printed(printedSignal.definition), printed(baseSignalDef_t(def)) + "[startBit=0,type=static,slot=10,"
+              "baseCycle=0,repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" + std::string(63, ',') +
+              "63]");
 }
 
 TEST(FlexRaySignal, ChildrenShareTheSlotAndIdentifier)
@@ -110,8 +112,7 @@ TEST(FlexRaySignal, ChildrenShareTheSlotAndIdentifier)
     parent.reset();
     EXPECT_EQ(capture.err(), "");
     EXPECT_FALSE(segmentExists(name));
-    EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty());
-    EXPECT_TRUE(storage.flexRaySignals.empty());
+    EXPECT_TRUE(FlexRaySignal::flexrayFrames.empty() && storage.flexRaySignals.empty());
     removeKeyFile(name);
 
     capture.reset();
@@ -198,18 +199,4 @@ TEST(FlexRaySignal, SignalsInUseOnRawRecords)
     EXPECT_EQ(capture.out(), "[DEBUG] FlexRaySignal::signalsInUse() id = 2000000000401501 in use \n");
     record[14] = 18;
     EXPECT_FALSE(inUse(32));
-}
-
-TEST(FlexRaySignal, PrintForm)
-{
-    auto def = definition("printed", {at(0, 63)});
-    def.positions[0].pduId = 7;
-    SignalStorage storage;
-    FlexRaySignal signal(def, false, &storage);
-    std::ostringstream os;
-    os << signal.definition;
-    EXPECT_EQ(os.str(), "instance=printed,signal=printed,channel=1,unit=,type=unsigned,startbit=0,bits=8,scale=1,"
-                        "offset=0,endian=LITTLE,multiplexed=no,mux=0,tslId=0[startBit=0,type=static,slot=10,"
-                        "baseCycle=0,repetition=63,startByte=0,numBytes=1,updateBit=none,pduId=7,cycle=0" +
-                            std::string(63, ',') + "63]");
 }

@@ -2,6 +2,8 @@
 // oversized frames, raw records and the unknown-frame line.
 #include "bus/LINSignal.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +13,8 @@ namespace {
 
 linSignalDef_t linDef(const std::string& name, uint32_t msgId, uint16_t startbit)
 {
-    linSignalDef_t def;
-    def.instance = def.signal = name;
-    def.channel = 2, def.tslId = 1, def.msgId = msgId, def.startbit = startbit, def.bits = 8;
+    auto def = definitionOf<linSignalDef_t>(name, 8, startbit);
+    def.channel = 2, def.tslId = 1, def.msgId = msgId;
     return def;
 }
 
@@ -28,7 +29,7 @@ LINTraceMessage linFrame(uint8_t protectedId, size_t bytes)
 
 } // namespace
 
-TEST(LINSignal, FramesFeedTheSignalsOfTheirSixBitIdentifier)
+TEST(LINSignal, SixBitIdentifiersEmptyFramesAndTheUnknownFrameLine)
 {
     SignalStorage storage;
     std::vector<unsigned long> ids{1};
@@ -45,26 +46,19 @@ TEST(LINSignal, FramesFeedTheSignalsOfTheirSixBitIdentifier)
     EXPECT_TRUE(LINSignal::signalsInUse(record, nullptr, 1, &storage));
     EXPECT_TRUE(LINSignal::decodeMessage(linFrame(0xC5, 2), ids, 1, &storage));
     EXPECT_EQ(ids, (std::vector<unsigned long>{first->id, second.id}));
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(second.read(raw, ts));
-    EXPECT_EQ(raw, 2u);
-    EXPECT_EQ(ts, 500u);
+    EXPECT_EQ(rawOf(second), 2u);
+    EXPECT_EQ(second.slot->timestamp, 500u);
 
     // No data bytes, or a count that wraps to 0 in 8 bits: nothing written.
     EXPECT_FALSE(LINSignal::decodeMessage(linFrame(0x3c, 0), ids, 1, &storage));
     EXPECT_FALSE(LINSignal::decodeMessage(linFrame(0x3c, 256), ids, 1, &storage));
-    EXPECT_FALSE(other.read(raw, ts));
+    EXPECT_FALSE(other.slot->valid);
 
     first.reset();
     EXPECT_EQ(LINSignal::linContainer.at(0x4000000000010205ULL), std::vector<LINSignal*>{&second});
-}
 
-TEST(LINSignal, UnknownFramesAreReportedAtLevelTwo)
-{
-    SignalStorage storage;
-    LINSignal sig(linDef("lin", 7, 0), false, &storage);
+    // A frame no signal reads is reported at debug level 2 only.
     const auto unknown = linFrame(8, 1);
-    std::vector<unsigned long> ids;
     OutputCapture capture;
     BaseSignal::debug = 1;
     LINSignal::decodeMessage(unknown, ids, 1, &storage);
@@ -72,7 +66,6 @@ TEST(LINSignal, UnknownFramesAreReportedAtLevelTwo)
     BaseSignal::debug = 2;
     LINSignal::decodeMessage(unknown, ids, 1, &storage);
     BaseSignal::debug = 0;
-    std::ostringstream line;
-    line << "[DEBUG] LINSignal::decodeMessage() LIN message not in canMessageContainer: " << unknown << ", id = 0\n";
-    EXPECT_EQ(capture.out(), line.str());
+    EXPECT_EQ(capture.out(), "[DEBUG] LINSignal::decodeMessage() LIN message not in canMessageContainer: " +
+                                 printed(unknown) + ", id = 0\n");
 }

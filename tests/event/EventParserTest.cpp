@@ -31,7 +31,6 @@ TEST(EventParser, InputNumbersAreReadWithBaseZeroAndNamedAsWritten)
     EXPECT_EQ(p.scanner.analogInputs, (Inputs{{0, "AI.09"}, {7, "AI.7"}})); // first name of a number stays
     EXPECT_EQ(p.scanner.allSignals, (Names{"AI.07", "AI.09", "AI.7", "DI.010", "DI.12"}));
     EXPECT_EQ(p.scanner.analogCount, 3);
-    EXPECT_EQ(eventFlexer::indexPrefix, "DI.");
 }
 
 TEST(EventParser, NamesAreFoundAnywhereButOnlyWholeAndInTheirCase)

@@ -3,6 +3,7 @@
 
 #include "expression/ExpParser.h"
 #include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <memory>
 #include <string>
@@ -12,13 +13,8 @@
 struct SignalSet {
     explicit SignalSet(const std::vector<std::string>& names)
     {
-        for (const std::string& name : names) {
-            baseSignalDef_t def;
-            def.instance = name;
-            def.signal = name;
-            def.bits = 32;
-            owned.push_back(std::make_unique<BaseSignal>(def, false, &storage));
-        }
+        for (const std::string& name : names)
+            owned.push_back(std::make_unique<BaseSignal>(definitionOf(name, 32), false, &storage));
     }
     BaseSignal& operator[](const std::string& name) { return *BaseSignal::getInstance(name, &storage); }
 

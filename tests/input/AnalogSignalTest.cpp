@@ -20,14 +20,6 @@ bool decode(int32_t mantissa, int8_t exponent, std::vector<unsigned long>& ids, 
     return InputSignal::decodeMessage(msg, ids, 1);
 }
 
-double physical(BaseSignal& signal)
-{
-    double value = 0;
-    unsigned long timestamp = 0;
-    signal.read(value, timestamp);
-    return value;
-}
-
 } // namespace
 
 TEST(Analog, OneReadingFeedsEveryTypeOnItsKey)
@@ -42,10 +34,10 @@ TEST(Analog, OneReadingFeedsEveryTypeOnItsKey)
     std::vector<unsigned long> ids;
     ASSERT_TRUE(decode(-1234, -2, ids, 2));
     EXPECT_EQ(ids, (std::vector<unsigned long>{whole.id, single.id, precise.id, narrow.id}));
-    EXPECT_EQ(physical(whole), -1234.0);
-    EXPECT_EQ(physical(single), -12.34f);
+    EXPECT_EQ(physicalOf(whole), -1234.0);
+    EXPECT_EQ(physicalOf(single), -12.34f);
     EXPECT_EQ(single.slot->raw >> 32, 0xffffffffu);
-    EXPECT_EQ(physical(precise), -12.34);
+    EXPECT_EQ(physicalOf(precise), -12.34);
     EXPECT_EQ(narrow.slot->raw, 0xfb2eu);
 
     EXPECT_FALSE(decode(1, 0, ids, 3));
@@ -65,17 +57,17 @@ TEST(Analog, EveryExponentStaysDefined)
         for (int32_t mantissa : {INT32_MIN, -1, 0, INT32_MAX}) {
             decode(mantissa, int8_t(exponent), ids);
             const double expected = mantissa * std::pow(10.0, exponent);
-            EXPECT_DOUBLE_EQ(physical(precise), expected);
-            const double narrowed = physical(single);
+            EXPECT_DOUBLE_EQ(physicalOf(precise), expected);
+            const double narrowed = physicalOf(single);
             const double wanted = std::fabs(expected) > 3.5e38 ? std::copysign(INFINITY, expected) : expected;
             EXPECT_FLOAT_EQ(float(narrowed), float(wanted)) << mantissa << "e" << exponent;
         }
     // Beyond FLT_MAX the hardware rounding holds: FLT_MAX within half a last
     // place, infinite from there on.
     decode(340282350, 30, ids);
-    EXPECT_EQ(physical(single), FLT_MAX);
+    EXPECT_EQ(physicalOf(single), FLT_MAX);
     decode(-340282360, 30, ids);
-    EXPECT_EQ(physical(single), -INFINITY);
+    EXPECT_EQ(physicalOf(single), -INFINITY);
     decode(1, 23, ids);
-    EXPECT_EQ(physical(precise), 1e23); // the nearest double, not pow's neighbour
+    EXPECT_EQ(physicalOf(precise), 1e23); // the nearest double, not pow's neighbour
 }

@@ -6,13 +6,14 @@
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
 #include "trace/GpioTraceMessage.h"
 #include "trace/KeyboardMessage.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -26,13 +27,6 @@ bool inUse(unsigned type, unsigned input, SignalStorage* storage, unsigned char 
     bytes[15] = static_cast<unsigned char>(input);
     bytes[16] = marker;
     return InputSignal::signalsInUse(bytes, bytes + length, 2, storage);
-}
-
-std::string hex(unsigned long id)
-{
-    std::ostringstream text;
-    text << std::hex << id;
-    return text.str();
 }
 
 } // namespace
@@ -79,9 +73,8 @@ TEST(InputKeys, GpioAndKeyboardMessagesReachTheirSignals)
     gpio.elements.push_back({0, {}, 0xffff, 0xffff}); // only the first element counts
     EXPECT_TRUE(InputSignal::decodeMessage(gpio, ids, 1, &storage));
     EXPECT_EQ(ids, (std::vector<unsigned long>{low.id, high.id}));
-    EXPECT_EQ(low.slot->raw, 0x5u); // 0xcd & 0xf7 = 0xc5
-    EXPECT_EQ(high.slot->raw, 0xcu);
-    EXPECT_FALSE(inputZero.slot->valid);
+    // 0xcd & 0xf7 = 0xc5 in two nibbles; input 0 untouched.
+    EXPECT_EQ(std::make_tuple(rawOf(low), rawOf(high), rawOf(inputZero)), std::make_tuple(0x5ul, 0xcul, ~0ul));
 
     gpio.elements.clear(); // reads as input 0 at level 0
     EXPECT_TRUE(InputSignal::decodeMessage(gpio, ids, 1, &storage));
@@ -110,16 +103,13 @@ TEST(InputConstruction, IdentifiersNamesAndClashes)
     AnalogSignal analog(inputDef("a"), false, &storage);
     KeyboardSignal key(inputDef("RC.F10"), false, &storage);
     LoggerStatusSignal status(inputDef("Logger.Status"), false, &storage);
-    EXPECT_EQ(digital.id, 0x0400000000000000UL + next);
-    EXPECT_EQ(analog.id, 0x0200000000000000UL + next + 1);
-    EXPECT_EQ(key.id, 0x0800000000000000UL + next + 2);
-    EXPECT_EQ(status.id, 0x0100000000000000UL + next + 3);
-    EXPECT_EQ(BaseSignal::getInstance(key.id, &storage), &key);
+    // The kind bits over the running number.
+    EXPECT_EQ((std::vector<unsigned long>{digital.id - next, analog.id - next, key.id - next, status.id - next}),
+              (std::vector<unsigned long>{0x0400000000000000, 0x0200000000000001, 0x0800000000000002,
+                                          0x0100000000000003}));
     EXPECT_EQ(InputSignal::inputContainer.at(0x080000000000000aUL).front(), &key);
-    std::ostringstream form;
-    form << key;
-    EXPECT_NE(form.str().find(";instance=RC.F10,signal=RC.F10,channel=0,"), std::string::npos);
-    EXPECT_EQ(form.str().substr(form.str().rfind(';')), ";index=" + hex(key.id));
+    EXPECT_EQ(printed(key), printed(static_cast<const BaseSignal&>(key)) + ";" + printed(key.definition) + ";index=" +
+                                hexText(key.id));
 
     KeyboardSignal f11(inputDef("RC.F11"), false, &storage);
     LoggerStatusSignal unknown(inputDef("Logger.Foo"), false, &storage);
@@ -135,7 +125,8 @@ TEST(InputConstruction, IdentifiersNamesAndClashes)
     BaseSignal::instanceCounter = next;
     DigitalSignal clash(inputDef("clash"), false, &storage);
     BaseSignal::instanceCounter = next + 10;
-    EXPECT_EQ(capture.out(), "[ERROR] InputSignal::DigitalSignal() gpId 0x" + hex(digital.id) + " already exists\n");
+    EXPECT_EQ(capture.out(),
+              "[ERROR] InputSignal::DigitalSignal() gpId 0x" + hexText(digital.id) + " already exists\n");
     EXPECT_EQ(clash.id, ~0UL);
     EXPECT_EQ(BaseSignal::getInstance(digital.id, &storage), &digital);
     EXPECT_EQ(InputSignal::inputContainer.at(0x0400000000000000UL).size(), 1u);

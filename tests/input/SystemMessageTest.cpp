@@ -28,19 +28,17 @@ TEST(SystemMessages, StatusStartAndTimerCodes)
     LoggerStatusSignal timer(timerDef, false, &storage);
     EXPECT_EQ(timer.getUnit(), "s");
 
-    std::vector<unsigned long> ids{1, 2};
-    EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(16, "3"), ids, &storage));
-    EXPECT_EQ(ids, std::vector<unsigned long>{status.id});
-    EXPECT_EQ(status.getValueDescription(status.slot->raw), "Warning");
-    EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(30, "1"), ids, &storage));
-    EXPECT_EQ(ids, std::vector<unsigned long>{start.id});
-    EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(31, "86400"), ids, &storage));
-    EXPECT_EQ(timer.slot->raw, 86400u);
     // Text that is no number reads as 0; trailing text is ignored.
-    EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(16, "abc"), ids, &storage));
-    EXPECT_EQ(status.slot->raw, 0u);
-    EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(16, " 5xyz"), ids, &storage));
-    EXPECT_EQ(status.slot->raw, 5u);
+    const struct { uint32_t code; const char* text; LoggerStatusSignal& written; unsigned long raw; } cases[] = {
+        {16, "3", status, 3}, {30, "1", start, 1}, {31, "86400", timer, 86400}, {16, "abc", status, 0},
+        {16, " 5xyz", status, 5}};
+    std::vector<unsigned long> ids{1, 2};
+    for (const auto& c : cases) {
+        EXPECT_TRUE(InputSignal::decodeMessage(systemMessage(c.code, c.text), ids, &storage)) << c.text;
+        EXPECT_EQ(ids, std::vector<unsigned long>{c.written.id}) << c.text;
+        EXPECT_EQ(c.written.slot->raw, c.raw) << c.text;
+    }
+    EXPECT_EQ(status.getValueDescription(3), "Warning");
 
     EXPECT_FALSE(InputSignal::decodeMessage(systemMessage(17, "3"), ids, &storage));
     EXPECT_TRUE(ids.empty());
@@ -48,10 +46,7 @@ TEST(SystemMessages, StatusStartAndTimerCodes)
 
     // A common time stamp for all, values and validity untouched.
     LoggerStatusSignal::updateTimestamp(555);
-    unsigned long raw = 0, timestamp = 0;
-    EXPECT_TRUE(status.read(raw, timestamp));
-    EXPECT_EQ(raw, 5u);
-    EXPECT_EQ(timer.slot->timestamp, 555u);
+    EXPECT_EQ(stateOf(status) + ", " + stateOf(timer), "valid 5 @555 modified, valid 15180 @555 modified");
 }
 
 TEST(SystemMessages, UsageMessagesInEveryAbsentMemoryCombination)

@@ -1,23 +1,19 @@
 // The bit-field codec against an independent bit-by-bit reference.
 #include "signal/BaseSignal.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <random>
+#include <sstream>
 
 namespace {
 
 baseSignalDef_t field(uint16_t startbit, uint8_t bits, bool bigEndian, signalValue_t type = SIGNAL_UNSIGNED)
 {
-    baseSignalDef_t def;
-    def.instance = "codec";
-    def.signal = "codec";
-    def.startbit = startbit;
-    def.bits = bits;
-    def.endian = bigEndian;
-    def.type = type;
+    auto def = definitionOf("codec", bits, startbit);
+    def.endian = bigEndian, def.type = type;
     return def;
 }
 
@@ -50,36 +46,46 @@ uint64_t decodeRaw(const baseSignalDef_t& def, uint64_t payload)
     return signal.slot->raw;
 }
 
+double physical(const baseSignalDef_t& def, uint64_t payload)
+{
+    SignalStorage storage;
+    BaseSignal signal(def, false, &storage);
+    signal.write(payload, 1);
+    return physicalOf(signal);
+}
+
+template <class Float>
+uint64_t bitsOf(Float value)
+{
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof value);
+    return bits;
+}
+
+// The derived layout: lsb bit, start byte, byte count, shift, value mask, raw mask.
+std::string layout(const BaseSignal& s)
+{
+    std::ostringstream os;
+    os << int(s.d_lsbBit) << ' ' << int(s.d_startByte) << ' ' << int(s.d_bytes) << ' ' << int(s.d_shift) << std::hex
+       << ' ' << s.d_maksBits << ' ' << s.d_rawMask;
+    return os.str();
+}
+
 } // namespace
 
 TEST(Codec, WorkedExamplesAndDerivedFields)
 {
     SignalStorage storage;
     BaseSignal little(field(12, 10, false), false, &storage);
-    EXPECT_EQ(little.d_lsbBit, 12);
-    EXPECT_EQ(little.d_startByte, 1);
-    EXPECT_EQ(little.d_shift, 4);
-    EXPECT_EQ(little.d_bytes, 2);
-    EXPECT_EQ(little.d_maksBits, 0x3ffu);
-    EXPECT_EQ(little.d_rawMask, 0x3ff000u);
+    EXPECT_EQ(layout(little), "12 1 2 4 3ff 3ff000");
     little.write(0x3ca500ULL, 1);
     EXPECT_EQ(little.slot->raw, 0x3cau);
-
     auto bigDef = field(7, 16, true);
     bigDef.instance = "big";
     BaseSignal big(bigDef, false, &storage);
-    EXPECT_EQ(big.d_lsbBit, 8);
-    EXPECT_EQ(big.d_startByte, 1);
-    EXPECT_EQ(big.d_bytes, 2);
-    EXPECT_EQ(big.d_rawMask, 0xffffu);
+    EXPECT_EQ(layout(big), "8 1 2 0 ffff ffff");
     big.write(0x3412ULL, 1);
     EXPECT_EQ(big.slot->raw, 0x1234u);
-
-    auto sixtyFour = field(0, 64, false, SIGNAL_SIGNED);
-    sixtyFour.instance = "wide";
-    BaseSignal wide(sixtyFour, false, &storage);
-    EXPECT_EQ(wide.d_maksBits, ~uint64_t(0));
-    EXPECT_EQ(wide.d_signBit, uint64_t(1) << 63);
 }
 
 TEST(Codec, EveryWidthAndPositionMatchesTheBitWalk)
@@ -117,44 +123,15 @@ TEST(Codec, SignedFieldsExtendOnlyWhenTheSignBitIsSet)
 
 TEST(Codec, PhysicalValueByType)
 {
-    SignalStorage storage;
-    auto def = field(0, 16, false, SIGNAL_SIGNED);
-    def.scale = 0.5;
-    def.offset = -10;
-    BaseSignal sig(def, false, &storage);
-    sig.write(0xfffc, 1); // -4
-    double value = 0;
-    unsigned long ts = 0;
-    EXPECT_TRUE(sig.read(value, ts));
-    EXPECT_DOUBLE_EQ(value, -12.0);
-
-    auto floatDef = field(0, 32, false, SIGNAL_FLOAT);
-    floatDef.instance = "float";
-    BaseSignal single(floatDef, false, &storage);
-    const float f = -1.25f;
-    uint32_t bits32;
-    std::memcpy(&bits32, &f, 4);
-    single.write(0xdead000000000000ULL | bits32, 1); // upper bits outside the field
-    single.read(value, ts);
-    EXPECT_DOUBLE_EQ(value, -1.25);
-
-    auto doubleDef = field(0, 64, false, SIGNAL_DOUBLE);
-    doubleDef.instance = "double";
-    doubleDef.scale = 2;
-    BaseSignal dbl(doubleDef, false, &storage);
-    const double d = 3.5e100;
-    uint64_t bits64;
-    std::memcpy(&bits64, &d, 8);
-    dbl.write(bits64, 1);
-    dbl.read(value, ts);
-    EXPECT_DOUBLE_EQ(value, 7e100);
-
-    auto unsignedDef = field(0, 64, false, SIGNAL_UNSIGNED);
-    unsignedDef.instance = "u64";
-    BaseSignal u64(unsignedDef, false, &storage);
-    u64.write(~0ULL, 1);
-    u64.read(value, ts);
-    EXPECT_DOUBLE_EQ(value, 18446744073709551615.0);
+    auto scaled = field(0, 16, false, SIGNAL_SIGNED);
+    scaled.scale = 0.5, scaled.offset = -10;
+    EXPECT_DOUBLE_EQ(physical(scaled, 0xfffc), -12.0); // -4
+    // Bits above the float's 32 are outside the field.
+    EXPECT_DOUBLE_EQ(physical(field(0, 32, false, SIGNAL_FLOAT), 0xdead000000000000ULL | bitsOf(-1.25f)), -1.25);
+    auto twice = field(0, 64, false, SIGNAL_DOUBLE);
+    twice.scale = 2;
+    EXPECT_DOUBLE_EQ(physical(twice, bitsOf(3.5e100)), 7e100);
+    EXPECT_DOUBLE_EQ(physical(field(0, 64, false), ~0ULL), 18446744073709551615.0);
 }
 
 TEST(Codec, ByteArrayWriteUsesAtMostEightBytesAndZeroFills)
@@ -176,8 +153,7 @@ TEST(Codec, FieldsOutsideThePayloadReadMissingBytesAsZero)
     // byte below byte 0.
     SignalStorage storage;
     BaseSignal wrapped(field(250, 64, true), false, &storage);
-    EXPECT_EQ(wrapped.d_startByte, 7);
-    EXPECT_EQ(wrapped.d_bytes, 9);
+    EXPECT_EQ(layout(wrapped).substr(0, 6), "59 7 9");
     wrapped.write(0x0123456789abcdefULL, 1);
     EXPECT_EQ(wrapped.slot->raw, 0xefcdab8967452301ULL >> 3);
 

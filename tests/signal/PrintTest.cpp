@@ -1,6 +1,8 @@
 // Print forms and debug lines, compared as exact text.
 #include "signal/BaseSignal.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -10,25 +12,11 @@ namespace {
 
 baseSignalDef_t speedDefinition()
 {
-    baseSignalDef_t def;
-    def.instance = "Speed";
-    def.signal = "VehSpeed";
-    def.channel = 2;
-    def.unit = "km/h";
-    def.type = SIGNAL_UNSIGNED;
-    def.startbit = 8;
-    def.bits = 8;
-    def.scale = 0.5;
-    def.offset = -1;
-    def.tslId = 200;
+    auto def = definitionOf("Speed", 8, 8);
+    def.signal = "VehSpeed", def.unit = "km/h";
+    def.channel = 2, def.scale = 0.5, def.offset = -1, def.tslId = 200;
     return def;
 }
-
-// Restores BaseSignal::debug whatever the test does.
-struct DebugLevel {
-    explicit DebugLevel(int level) { BaseSignal::debug = level; }
-    ~DebugLevel() { BaseSignal::debug = 0; }
-};
 
 } // namespace
 
@@ -40,43 +28,33 @@ TEST(Print, DefinitionForms)
     EXPECT_EQ(line.str(), "instance=Speed,signal=VehSpeed,channel=2,unit=km/h,type=unsigned,startbit=8,bits=8,"
                           "scale=0.5,offset=-1,endian=LITTLE,multiplexed=no,mux=0,tslId=200");
 
-    def.endian = true;
-    def.multiplexed = true;
-    def.mux = 3;
-    def.udn = "speed of the car";
+    def.endian = def.multiplexed = true;
+    def.mux = 3, def.udn = "speed of the car";
     def.type = static_cast<signalValue_t>(7);
     def.valueDescription = {{10, "ten"}, {2, "two"}};
-    std::ostringstream full;
-    full << def;
-    EXPECT_EQ(full.str(), "instance=Speed,signal=VehSpeed,channel=2,unit=km/h,type=,startbit=8,bits=8,scale=0.5,"
+    EXPECT_EQ(printed(def), "instance=Speed,signal=VehSpeed,channel=2,unit=km/h,type=,startbit=8,bits=8,scale=0.5,"
                           "offset=-1,endian=BIG,multiplexed=yes,mux=3,tslId=200,udn=speed of the car\n"
                           "value description table\n2: two\n10: ten\n");
 
-    std::ostringstream types;
-    types << SIGNAL_UNSIGNED << ' ' << SIGNAL_SIGNED << ' ' << SIGNAL_FLOAT << ' ' << SIGNAL_DOUBLE;
-    EXPECT_EQ(types.str(), "unsigned signed float double");
+    EXPECT_EQ(printed(SIGNAL_UNSIGNED) + printed(SIGNAL_SIGNED) + printed(SIGNAL_FLOAT) + printed(SIGNAL_DOUBLE),
+              "unsignedsignedfloatdouble");
 }
 
 TEST(Print, SignalForm)
 {
     SignalStorage storage;
     auto def = speedDefinition();
-    def.scale = 1;
-    def.offset = 0;
+    def.scale = 1, def.offset = 0;
     BaseSignal sig(def, false, &storage);
-    std::ostringstream fresh;
-    fresh << sig;
-    EXPECT_EQ(fresh.str(), "instance=Speed,signal=VehSpeed,shmem=false,valid=false,value=0 (0xaaaaaaaa),"
-                           "timestamp=1970-01-01 00:23:51.655765 (0x55555555)");
+    EXPECT_EQ(printed(sig), "instance=Speed,signal=VehSpeed,shmem=false,valid=false,value=0 (0xaaaaaaaa),"
+                            "timestamp=1970-01-01 00:23:51.655765 (0x55555555)");
 
     sig.write(0x2a00, 1763765400123456UL);
     double value;
     unsigned long ts;
     sig.read(value, ts);
-    std::ostringstream written;
-    written << sig;
-    EXPECT_EQ(written.str(), "instance=Speed,signal=VehSpeed,shmem=false,valid=true,value=42 (0x2a),"
-                             "timestamp=2025-11-21 22:50:00.123456 (0x64422a2243840)");
+    EXPECT_EQ(printed(sig), "instance=Speed,signal=VehSpeed,shmem=false,valid=true,value=42 (0x2a),"
+                            "timestamp=2025-11-21 22:50:00.123456 (0x64422a2243840)");
 }
 
 TEST(Print, DebugLinesOfConstructionAndWrite)
@@ -85,12 +63,8 @@ TEST(Print, DebugLinesOfConstructionAndWrite)
     OutputCapture capture;
     DebugLevel level(1);
     auto def = speedDefinition();
-    def.endian = true;
-    def.startbit = 7;
-    def.bits = 12;
-    def.type = SIGNAL_SIGNED;
-    def.scale = 1;
-    def.offset = 0;
+    def.endian = true, def.startbit = 7, def.bits = 12, def.type = SIGNAL_SIGNED;
+    def.scale = 1, def.offset = 0;
     BaseSignal sig(def, false, &storage);
     EXPECT_EQ(capture.out(),
               "[DEBUG] BaseSignal::cInit() Speed:d_lsbBit=12,d_startByte=1,d_bytes=2,d_shift=4,d_maksBits=fff,"

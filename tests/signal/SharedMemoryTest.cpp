@@ -3,6 +3,7 @@
 #include "signal/BaseSignal.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +12,6 @@
 #include <memory>
 
 namespace {
-
-baseSignalDef_t sharedDefinition(const std::string& instance)
-{
-    baseSignalDef_t def;
-    def.instance = instance;
-    def.signal = "Shared";
-    def.bits = 16;
-    return def;
-}
 
 std::string infoLine(const std::string& instance, int shmId, const char* what)
 {
@@ -46,21 +38,20 @@ TEST(SharedMemory, TwoProcessesShareOneSlot)
     KeyFile file(uniqueInstanceName("speed"));
     SignalStorage storage;
     OutputCapture capture;
-    BaseSignal writer(sharedDefinition(file.instance), true, &storage);
+    BaseSignal writer(definitionOf(file.instance, 16), true, &storage);
     ASSERT_NE(writer.slot, &writer.privateSlot);
     EXPECT_EQ(capture.out(), infoLine(file.instance, writer.shmId, "created"));
     EXPECT_EQ(writer.slot->size, 104u);
-    EXPECT_STREQ(writer.slot->name, "Shared");
+    EXPECT_EQ(writer.slot->name, file.instance);
     writer.write(0x1234, 50);
 
     const int status = runInChild([&] {
         SignalStorage childStorage;
         OutputCapture childCapture;
-        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
+        BaseSignal reader(definitionOf(file.instance, 16), true, &childStorage);
         if (childCapture.out() != infoLine(file.instance, reader.shmId, "found"))
             return 1;
-        unsigned long raw = 0, ts = 0;
-        if (!reader.read(raw, ts) || raw != 0x1234 || ts != 50)
+        if (stateOf(reader) != "valid 1234 @50")
             return 2;
         reader.write(0x0077, 60);
         BaseSignal::detachOnly = true; // the writer keeps its segment
@@ -68,11 +59,7 @@ TEST(SharedMemory, TwoProcessesShareOneSlot)
     });
     EXPECT_EQ(status, 0);
 
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(writer.read(raw, ts));
-    EXPECT_EQ(raw, 0x77u);
-    EXPECT_EQ(ts, 60u);
-    EXPECT_TRUE(writer.shmem);
+    EXPECT_EQ(stateOf(writer), "valid 77 @60 modified"); // modified by its own write
     EXPECT_TRUE(segmentExists(file.instance));
 }
 
@@ -84,7 +71,7 @@ TEST(SharedMemory, DetachOnlyKeepsTheSegmentRemovalDropsIt)
     {
         DetachOnly detach(true);
         SignalStorage storage;
-        BaseSignal sig(sharedDefinition(file.instance), true, &storage);
+        BaseSignal sig(definitionOf(file.instance, 16), true, &storage);
         firstId = sig.shmId;
         sig.writeRaw(5, 6);
         capture.reset();
@@ -96,11 +83,9 @@ TEST(SharedMemory, DetachOnlyKeepsTheSegmentRemovalDropsIt)
     capture.reset();
     {
         SignalStorage storage;
-        BaseSignal again(sharedDefinition(file.instance), true, &storage);
+        BaseSignal again(definitionOf(file.instance, 16), true, &storage);
         EXPECT_EQ(capture.out(), infoLine(file.instance, firstId, "found"));
-        unsigned long raw = 0, ts = 0;
-        EXPECT_TRUE(again.read(raw, ts)); // the values survived
-        EXPECT_EQ(raw, 5u);
+        EXPECT_EQ(stateOf(again), "valid 5 @6"); // the values survived
         capture.reset();
     }
     EXPECT_EQ(capture.out(), "[INFO] BaseSignal::~BaseSignal() " + file.instance + ": shmId = " +
@@ -113,27 +98,15 @@ TEST(SharedMemory, MirrorOfASharedSignal)
     KeyFile file(uniqueInstanceName("mirror"));
     SignalStorage storage;
     OutputCapture capture;
-    BaseSignal parent(sharedDefinition(file.instance), true, &storage);
+    BaseSignal parent(definitionOf(file.instance, 16), true, &storage);
     auto mirror = std::make_unique<BaseSignal>(&parent);
     EXPECT_TRUE(mirror->shmem);
     EXPECT_EQ(mirror->slot, parent.slot);
 
+    // The slot is the parent's, which another process shares as the test above shows.
     parent.write(0x0102, 1);
-    unsigned long raw = 0, ts = 0;
-    EXPECT_TRUE(mirror->read(raw, ts));
-    EXPECT_EQ(raw, 0x0102u);
-
-    // A second process sees what the mirror writes.
+    EXPECT_EQ(stateOf(*mirror), "valid 102 @1");
     mirror->writeRaw(0xbeef, 2);
-    const int status = runInChild([&] {
-        SignalStorage childStorage;
-        BaseSignal reader(sharedDefinition(file.instance), true, &childStorage);
-        unsigned long r = 0, t = 0;
-        reader.read(r, t);
-        BaseSignal::detachOnly = true;
-        return (r == 0xbeef && t == 2) ? 0 : 1;
-    });
-    EXPECT_EQ(status, 0);
 
     BaseSignal::debug = 1;
     capture.reset();
@@ -142,8 +115,7 @@ TEST(SharedMemory, MirrorOfASharedSignal)
     EXPECT_EQ(capture.out(), "[DEBUG] BaseSignal::~BaseSignal() " + file.instance +
                                  " deleted (no shared memory found)\n");
     EXPECT_TRUE(segmentExists(file.instance));
-    EXPECT_TRUE(parent.read(raw, ts));
-    EXPECT_EQ(raw, 0xbeefu);
+    EXPECT_EQ(stateOf(parent), "valid beef @2 modified");
 }
 
 TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
@@ -153,17 +125,14 @@ TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
     for (const std::string& name : {std::string("a/b"), escaping, std::string()}) {
         capture.reset();
         SignalStorage storage;
-        BaseSignal sig(sharedDefinition(name), true, &storage);
+        BaseSignal sig(definitionOf(name, 16), true, &storage);
         EXPECT_EQ(capture.err(), "[ERROR] BaseSignal::createSharedMemory() " + name + ": Missing File (/tmp/" +
                                      name + "): Invalid argument (errno 22)\n");
         EXPECT_EQ(capture.out(), "");
         EXPECT_EQ(sig.slot, &sig.privateSlot);
-        EXPECT_EQ(sig.shmId, -1);
-        EXPECT_EQ(sig.slot->raw, 0xaaaaaaaau); // the private slot is initialised
-        sig.write(3, 4);                       // and works, under its own lock
-        unsigned long raw = 0, ts = 0;
-        EXPECT_TRUE(sig.read(raw, ts));
-        EXPECT_EQ(raw, 3u);
+        EXPECT_EQ(stateOf(sig), "invalid aaaaaaaa @1431655765"); // the private slot is initialised
+        sig.write(3, 4);                                          // and works, under its own lock
+        EXPECT_EQ(stateOf(sig), "valid 3 @4 modified");
     }
     struct stat info;
     EXPECT_NE(stat(("/tmp/" + escaping).c_str(), &info), 0);

@@ -1,101 +1,41 @@
 // What a client sees of a signal's value: valid, modified and time stamps.
 #include "signal/BaseSignal.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
-namespace {
-
-baseSignalDef_t byteSignal(const std::string& instance)
-{
-    baseSignalDef_t def;
-    def.instance = instance;
-    def.signal = instance;
-    def.bits = 32;
-    return def;
-}
-
-} // namespace
-
-TEST(Value, NewSlotCarriesFillPatterns)
+TEST(Value, FillPatternsThenValidModifiedAndTimestampAcrossWrites)
 {
     SignalStorage storage;
-    auto def = byteSignal("fresh");
+    auto def = definitionOf("fresh", 32);
     def.signal = std::string(40, 'n');
+    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
     BaseSignal sig(def, false, &storage);
     EXPECT_EQ(sig.slot, &sig.privateSlot);
     EXPECT_EQ(sig.slot->size, 104u);
-    EXPECT_EQ(std::string(sig.slot->name), std::string(31, 'n'));
-    EXPECT_EQ(sig.slot->name[31], '\0');
-    EXPECT_FALSE(sig.slot->valid);
-    EXPECT_EQ(sig.slot->raw, 0xaaaaaaaau);
-    EXPECT_EQ(sig.slot->timestamp, 0x55555555u);
-
-    unsigned long raw = 0, ts = 0;
-    EXPECT_FALSE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0xaaaaaaaau);
+    EXPECT_EQ(std::string(sig.slot->name), std::string(31, 'n')); // cut, NUL-terminated
+    EXPECT_EQ(stateOf(sig), "invalid aaaaaaaa @1431655765"); // time stamp 0x55555555
     // A first write of the fill pattern is not a change.
     sig.write(0xaaaaaaaaULL, 10);
-    EXPECT_FALSE(sig.isModified());
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(ts, 10u);
-}
-
-TEST(Value, ModifiedValidAndTimestampAcrossWrites)
-{
-    SignalStorage storage;
-    BaseSignal sig(byteSignal("speed"), false, &storage);
-    unsigned long raw = 0, ts = 0;
+    EXPECT_EQ(stateOf(sig), "valid aaaaaaaa @10");
+    EXPECT_EQ(sig.getValueDescription(7) + "|" + sig.getValueDescription(8), "reverse|");
 
     EXPECT_TRUE(sig.write(5, 100));
-    EXPECT_TRUE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 5 @100 modified");
     EXPECT_TRUE(sig.write(5, 200));
-    EXPECT_FALSE(sig.isModified()); // same value again
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 5u);
-    EXPECT_EQ(ts, 200u);
-
+    EXPECT_EQ(stateOf(sig), "valid 5 @200"); // same value again
     EXPECT_TRUE(sig.writeRaw(0x1234, 300));
-    EXPECT_TRUE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 1234 @300 modified");
     EXPECT_TRUE(sig.writeRaw(0x1234, 400));
-    EXPECT_FALSE(sig.isModified());
-
+    EXPECT_EQ(stateOf(sig), "valid 1234 @400");
     EXPECT_TRUE(sig.writeTS(500)); // time only: raw, valid, modified kept
-    EXPECT_TRUE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0x1234u);
-    EXPECT_EQ(ts, 500u);
-    EXPECT_FALSE(sig.isModified());
+    EXPECT_EQ(stateOf(sig), "valid 1234 @500");
 
     sig.clear();
-    EXPECT_TRUE(sig.isModified());
-    EXPECT_FALSE(sig.read(raw, ts));
-    EXPECT_EQ(raw, 0u);
-    EXPECT_EQ(ts, 0u);
+    EXPECT_EQ(stateOf(sig), "invalid 0 @0 modified");
     EXPECT_EQ(sig.value, 0.0);
-
     sig.writeTS(600); // does not make a cleared value valid
-    EXPECT_FALSE(sig.read(raw, ts));
+    EXPECT_EQ(stateOf(sig), "invalid 0 @600 modified");
     sig.write(0, 700); // writing the cleared raw 0 is no change, but valid
-    EXPECT_FALSE(sig.isModified());
-    EXPECT_TRUE(sig.read(raw, ts));
-}
-
-TEST(Value, GettersAndValueDescriptions)
-{
-    SignalStorage storage;
-    auto def = byteSignal("gear");
-    def.unit = "km/h";
-    def.scale = 0.25;
-    def.offset = 3;
-    def.type = SIGNAL_SIGNED;
-    def.valueDescription = {{0, "neutral"}, {7, "reverse"}};
-    BaseSignal sig(def, false, &storage);
-    EXPECT_EQ(sig.getUnit(), "km/h");
-    EXPECT_EQ(sig.getScaleFactor(), 0.25);
-    EXPECT_EQ(sig.getOffset(), 3);
-    EXPECT_EQ(sig.getBits(), 32);
-    EXPECT_EQ(sig.getType(), SIGNAL_SIGNED);
-    EXPECT_EQ(sig.getValueDescription(7), "reverse");
-    EXPECT_EQ(sig.getValueDescription(8), "");
+    EXPECT_EQ(stateOf(sig), "valid 0 @700");
 }

@@ -5,7 +5,7 @@
 
 #include "support/ChildProcess.h"
 
-#include "signal/BaseSignal.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -101,9 +101,7 @@ TEST(LiveCommands, WatchReportsALockedSlotAndRemovesOnlySegmentsItAloneUsed)
 
     // A writer (this process) that holds the lock of its slot, as one that
     // died in the middle of a write leaves it.
-    baseSignalDef_t def;
-    def.instance = value;
-    def.bits = 16;
+    auto def = definitionOf(value, 16);
     def.scale = 0.5;
     SignalStorage storage;
     auto writer = std::make_unique<BaseSignal>(def, true, &storage);
@@ -178,8 +176,6 @@ TEST(LiveCommands, EventsPrintsTheParserTablesForATextOrStandardInput)
 
     ToolResult piped = runTool("events - <<'EOF'\nAI.3 + AI.3\n> MII.signal7\nEOF");
     EXPECT_EQ(piped.status, 0);
-    EXPECT_NE(piped.output.find("allSignals     AI.3 MII.signal7\n"), std::string::npos) << piped.output;
-    EXPECT_NE(piped.output.find("analogInputs   3=AI.3\n"), std::string::npos);
-    EXPECT_NE(piped.output.find("analogCount    2\n"), std::string::npos);
-    EXPECT_NE(piped.output.find("miiCount       1\n"), std::string::npos);
+    // The tables and counts themselves are the parser's, tested with it.
+    EXPECT_EQ(piped.output.substr(0, piped.output.find('\n') + 1), "allSignals     AI.3 MII.signal7\n");
 }

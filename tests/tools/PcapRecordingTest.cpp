@@ -2,10 +2,13 @@
 // pcapng, each link type's header, and what is skipped, bad or fatal.
 #include "tools/PcapRecording.h"
 
-#include "CaptureFile.h"
+#include "support/CaptureFile.h"
 #include "support/OutputCapture.h"
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace {
 
@@ -99,19 +102,14 @@ TEST(PcapRecording, SocketCanFramesOfClassicAndFdCan)
     RecordingReport report;
     const auto messages = readAll(path, report, 2);
     ASSERT_EQ(messages.size(), 5u);
-    const CANExtTraceMessage& classic = messages[0].can;
-    EXPECT_EQ(classic.canId, 0x123u);
-    EXPECT_EQ(classic.frameFormat, 0u);
-    EXPECT_EQ(classic.length, 3);
-    EXPECT_EQ(classic.payload[2], 0x33);
-    EXPECT_EQ(classic.payload[3], 0);
-    EXPECT_EQ(classic.channel, 2);
-    EXPECT_EQ(messages[1].can.canId, 0x18fef100u);
-    EXPECT_EQ(messages[1].can.frameFormat, 1u);
-    EXPECT_EQ(messages[2].can.frameFormat, 2u);
-    EXPECT_EQ(messages[2].can.length, 12);
-    EXPECT_EQ(messages[3].can.frameFormat, 2u);
-    EXPECT_EQ(messages[4].can.frameFormat, 0u);
+    EXPECT_EQ(printed(messages[0].can),
+              "timestamp=1970-01-01 00:00:01.000000,channel=2,frameFormat=0,length=3,canId=123,payload=11 22 33");
+    EXPECT_EQ(messages[0].can.payload[3], 0);
+    EXPECT_EQ(std::tie(messages[1].can.canId, messages[2].can.length), std::make_tuple(0x18fef100u, 12));
+    std::vector<uint32_t> formats;
+    for (const RecordedMessage& message : messages)
+        formats.push_back(message.can.frameFormat);
+    EXPECT_EQ(formats, (std::vector<uint32_t>{0, 1, 2, 2, 0}));
 
     EXPECT_EQ(report.badPackets(), 3u);
     EXPECT_EQ(output.err(), "rksignal: " + path + ": packet 8: bad packet (shorter than the 8-byte SocketCAN header)\n"
@@ -146,17 +144,11 @@ TEST(PcapRecording, FlexRayAndLinFrames)
     RecordingReport report;
     auto messages = readAll(flexRayPath, report, 4, staticSlots);
     ASSERT_EQ(messages.size(), 2u);
-    const FlexRayExtTraceMessage& frame = messages[0].flexRay;
-    EXPECT_EQ(frame.frameKind, 16);
-    EXPECT_EQ(frame.slot, 12);
-    EXPECT_EQ(frame.cycle, 5);
-    EXPECT_EQ(frame.channel, 4);
-    EXPECT_EQ(frame.payload, (Bytes{1, 2, 3, 4}));
-    EXPECT_EQ(frame.data, frame.payload);
-    EXPECT_EQ(messages[1].flexRay.frameKind, 17); // slot 300 is in no static position
-    EXPECT_EQ(messages[1].flexRay.slot, 300);
-    EXPECT_EQ(messages[1].flexRay.cycle, 63);
-    EXPECT_EQ(messages[1].flexRay.channel, 4); // channel B goes to the capture's channel too
+    EXPECT_EQ(printed(messages[0].flexRay), "timestamp=1970-01-01 00:00:01.000000,frameKind=16,channel=4,"
+                                            "data=01 02 03 04,slot=12,cycle=5,payload=01 02 03 04");
+    // Slot 300 is in no static position; channel B goes to the capture's channel too.
+    EXPECT_EQ(printed(messages[1].flexRay), "timestamp=1970-01-01 00:00:02.000000,frameKind=17,channel=4,"
+                                            "data=05 06,slot=300,cycle=63,payload=05 06");
     EXPECT_EQ(report.badPackets(), 1u);
 
     const std::vector<CapturePacket> linPackets{
@@ -168,9 +160,7 @@ TEST(PcapRecording, FlexRayAndLinFrames)
     const std::string linPath = CaptureFile::write(tempPath("lin.pcap"), CaptureFile::pcap(212, false, linPackets));
     messages = readAll(linPath, report);
     ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0].lin.protectedId, 0x61);
-    EXPECT_EQ(messages[0].lin.data, (Bytes{3, 0}));
-    EXPECT_EQ(messages[0].lin.channel, 1);
+    EXPECT_EQ(printed(messages[0].lin), "timestamp=1970-01-01 00:00:01.000000,data=03 00,channel=1,protectedId=61");
     EXPECT_EQ(output.err(),
               "rksignal: " + flexRayPath + ": packet 6: bad packet (payload shorter than its length field)\n"
               "rksignal: " + linPath + ": packet 4: bad packet (payload length beyond 8 bytes)\n");

@@ -35,7 +35,7 @@ const uint64_t t0 = 1763765400123456ULL; // 2025-11-21 22:50:00.123456
 
 } // namespace
 
-TEST(RowWriter, CsvQuotesLikeRfc4180AndPrintsShortestDoubles)
+TEST(RowWriter, CsvQuotesLikeRfc4180WithShortestDoublesTableAndJsonLines)
 {
     const std::string text = captured([](OutputBuffer& out) {
         CsvRowWriter csv(out);
@@ -58,10 +58,7 @@ TEST(RowWriter, CsvQuotesLikeRfc4180AndPrintsShortestDoubles)
     for (int i = 0; i < 20; ++i)
         expected += "1970-01-01 00:00:00.000000,Repeat," + std::to_string(i) + ",,\n";
     EXPECT_EQ(text, expected);
-}
 
-TEST(RowWriter, TableAndJsonLines)
-{
     const std::string table = captured([](OutputBuffer& out) {
         TableRowWriter writer(out, 12);
         writer.signalRow({t0, "Engine.Speed", 2000, "rpm", ""});

@@ -1,13 +1,14 @@
 // Frame analysis: VLAN tags, IPv4 and TCP options, fragments, and every way
 // a frame can be cut short or point past its end.
 #include "trace/MIITraceMessage.h"
+#include "support/CaptureFile.h"
 #include "support/FrameBuilder.h"
+#include "support/Printed.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 namespace {
 
@@ -51,13 +52,6 @@ std::vector<std::vector<uint8_t>> sampleFrames()
     };
 }
 
-std::string text(const miiFrameInfo_t& i)
-{
-    std::ostringstream os;
-    os << i;
-    return os.str();
-}
-
 // Analyses a copy of exactly `length` bytes, so that the sanitizer sees any
 // read past the end.
 bool analyzePrefix(const std::vector<uint8_t>& frame, size_t length, miiFrameInfo_t& result)
@@ -65,20 +59,6 @@ bool analyzePrefix(const std::vector<uint8_t>& frame, size_t length, miiFrameInf
     const std::vector<uint8_t> copy(frame.begin(), frame.begin() + length);
     result = miiFrameInfo_t{};
     return MIITraceMessage::analyzeFrame(copy.data(), copy.size(), result);
-}
-
-std::string pcapImage(const std::vector<std::vector<uint8_t>>& frames)
-{
-    std::string image;
-    const auto le32 = [&image](uint32_t value) {
-        image.append({char(value), char(value >> 8), char(value >> 16), char(value >> 24)});
-    };
-    le32(0xa1b2c3d4), le32(2 | 4 << 16), le32(0), le32(0), le32(65535), le32(1); // version 2.4, Ethernet
-    for (uint32_t second = 0; second < frames.size(); ++second) {
-        le32(second + 1), le32(0), le32(uint32_t(frames[second].size())), le32(uint32_t(frames[second].size()));
-        image.append(frames[second].begin(), frames[second].end());
-    }
-    return image;
 }
 
 } // namespace
@@ -102,7 +82,7 @@ TEST(AnalyzeFrame, TagsOptionsAndFragments)
             const bool analysed = analyzePrefix(frames[f], length, result);
             ASSERT_EQ(analysed, length >= payloadOffset[f]) << "frame " << f << " length " << length;
             if (analysed) {
-                EXPECT_EQ(text(result), expected[f]) << "frame " << f << " length " << length;
+                EXPECT_EQ(printed(result), expected[f]) << "frame " << f << " length " << length;
             }
         }
     }
@@ -139,7 +119,10 @@ TEST(AnalyzeFrame, SampleCaptureMatchesTheFrames)
 {
     // The capture the dissector read must be the frames tested above; after
     // a change, review the new capture with tshark and replace the old one.
-    const std::string fresh = pcapImage(sampleFrames());
+    std::vector<CapturePacket> packets;
+    for (const auto& frame : sampleFrames())
+        packets.push_back({packets.size() + 1, 0, frame});
+    const std::string fresh = CaptureFile::pcap(1, false, packets);
     std::ifstream stored(RKSIGNAL_TRACE_DATA "/analyze_frames.pcap", std::ios::binary);
     const std::string kept((std::istreambuf_iterator<char>(stored)), std::istreambuf_iterator<char>());
     if (kept != fresh)

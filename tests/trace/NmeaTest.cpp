@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -32,13 +33,11 @@ TEST(Nmea, ReadsRealReceiverSentences)
 {
     GPSTraceMessage::numeric_gprmc_t r;
     ASSERT_TRUE(message(rmc).getGPRMC(r));
-    EXPECT_EQ(r.time, 123519);
-    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(std::tie(r.time, r.status, r.date), std::make_tuple(123519, 1, 230394));
     EXPECT_DOUBLE_EQ(asDouble(r.latitude), 48 + 7.038 / 60);
     EXPECT_DOUBLE_EQ(asDouble(r.longitude), 11 + 31.0 / 60);
     EXPECT_DOUBLE_EQ(asDouble(r.speed), 22.4 * 1.852);
     EXPECT_DOUBLE_EQ(asDouble(r.course), 84.4);
-    EXPECT_EQ(r.date, 230394);
     GPSTraceMessage::numeric_gpgga_t g;
     ASSERT_TRUE(message(gga).getGPGGA(g));
     EXPECT_EQ(g.satellites, 8);
@@ -50,10 +49,9 @@ TEST(Nmea, ReadsRealReceiverSentences)
     const GPSTraceMessage gn = message("$GNGGA,093005.00,5231.12345,S,01324.54321,W,1,12,0.65,-12.3,M,45.1,M,,*5E\r\n"
                                        "$GNRMC,093005.00,A,5231.12345,S,01324.54321,W,0.015,,150726,,,A*6c\r\n");
     ASSERT_TRUE(gn.getGPRMC(r));
-    EXPECT_EQ(r.time, 93005);
+    EXPECT_EQ(std::tie(r.time, r.date), std::make_tuple(93005, 150726));
     EXPECT_DOUBLE_EQ(asDouble(r.latitude), -(52 + 31.12345 / 60));
     EXPECT_DOUBLE_EQ(asDouble(r.longitude), -(13 + 24.54321 / 60));
-    EXPECT_EQ(r.date, 150726);
     ASSERT_TRUE(gn.getGPGGA(g));
     EXPECT_DOUBLE_EQ(asDouble(g.altitude), -12.3);
 
@@ -61,9 +59,7 @@ TEST(Nmea, ReadsRealReceiverSentences)
     EXPECT_TRUE(message("\x07noise" + rmc.substr(0, rmc.size() - 3)).getGPRMC(r));
     // A void fix has empty fields.
     ASSERT_TRUE(message("$GPRMC,,V,,,,,,,,,,N*53").getGPRMC(r));
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.time, 0);
-    EXPECT_EQ(r.latitude, 0u);
+    EXPECT_EQ(std::tie(r.status, r.time, r.latitude), std::make_tuple(0, 0, 0u));
 }
 
 TEST(Nmea, RejectsCorruptedSentencesWithoutTouchingTheRecord)

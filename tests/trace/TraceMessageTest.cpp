@@ -1,7 +1,7 @@
-// The trace messages' print forms: one line, every field, no reading past
-// the valid bytes.
+// The CAN message's print form: one line, every field, no reading past the
+// valid bytes. The other kinds' forms are compared whole in the tool's reader
+// tests, which check the fields they parse through them.
 #include "trace/CANExtTraceMessage.h"
-#include "trace/SystemUsageMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -30,12 +30,4 @@ TEST(TraceMessage, PrintForms)
     const std::string text = corrupt.str();
     const std::string payload = text.substr(text.find("payload=") + 8);
     EXPECT_EQ(payload.size(), 64u * 3 - 1);
-
-    SystemUsageMessage usage;
-    usage.text = "42";
-    usage.externalUsage = 7;
-    std::ostringstream system;
-    system << usage;
-    EXPECT_EQ(system.str(), "timestamp=1970-01-01 00:00:00.000000,code=2,text=42,internalUsage=0,externalUsage=7,"
-                            "externalUsage2=0");
 }
