@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 
 TEST(ExpEvaluation, UnknownValuesAndArithmeticEdges)
 {
@@ -98,20 +97,8 @@ TEST(ExpRobustness, AnyTextGivesAResultOrAnErrorLine)
 {
     SignalSet s({"a", "b"});
     s["a"].write(2, 1);
-    std::mt19937 random(12345);
-    const std::string alphabet = "ab01.e-+*/%!<>=&|()#, \t\r\n^;\x80\xff_";
-    OutputCapture capture;
-    for (int i = 0; i < 3000; ++i) {
-        std::string text;
-        for (size_t n = random() % 24; n > 0; --n)
-            text += alphabet[random() % alphabet.size()];
-        capture.reset();
-        ExpParser parser(text.c_str(), i % 2 == 0, &s.storage);
-        parser.getTrigger();
-        const bool registered = ExpParser::allExpParsers.count(&parser) == 1;
-        EXPECT_EQ(registered, capture.err().find("parser error") == std::string::npos) << text;
-    }
-
+    // Random texts are the expression fuzz target's; its seeds and saved
+    // inputs replay in every test run.
     std::string sum = "1";
     for (int i = 0; i < 100000; ++i)
         sum += "+1";
