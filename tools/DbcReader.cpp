@@ -364,7 +364,8 @@ private:
             std::string text;
             if (!cursor.readQuoted(text))
                 fail(line, "expected the value text in double quotes in VAL_");
-            if (signal)
+            // A value no 64-bit raw value can take has nothing to describe.
+            if (signal && value >= -0x1p63 && value < 0x1p63)
                 signal->values[static_cast<int64_t>(value)] = text;
         }
         if (!cursor.consume(';'))
