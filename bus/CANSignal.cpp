@@ -2,9 +2,9 @@
 #include "bus/CANSignal.h"
 
 #include "bus/ByteRange.h"
-#include "bus/FrameTable.h"
-#include "signal/SignalRegistration.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/SignalRegistration.h"
 
 #include <iostream>
 

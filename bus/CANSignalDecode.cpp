@@ -6,7 +6,7 @@
 // outside its 64-byte payload array.
 #include "bus/CANSignal.h"
 
-#include "bus/FrameTable.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
 
 #include <algorithm>

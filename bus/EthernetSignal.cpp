@@ -3,7 +3,7 @@
 #include "bus/EthernetSignal.h"
 
 #include "bus/ByteRange.h"
-#include "bus/FrameTable.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 

@@ -3,9 +3,9 @@
 #include "bus/FlexRaySignal.h"
 
 #include "bus/ByteRange.h"
-#include "bus/FrameTable.h"
-#include "signal/SignalRegistration.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/SignalRegistration.h"
 #include "util/LogUtil.h"
 #include "util/hexdump.h"
 

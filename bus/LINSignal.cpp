@@ -1,8 +1,8 @@
 #include "bus/LINSignal.h"
 
-#include "bus/FrameTable.h"
-#include "signal/SignalRegistration.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/SignalRegistration.h"
 
 #include <iostream>
 

@@ -2,9 +2,9 @@
 // record pre-filter.
 #include "input/InputSignal.h"
 
-#include "bus/FrameTable.h"
-#include "signal/SignalRegistration.h"
+#include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/SignalRegistration.h"
 
 #include <iostream>
 

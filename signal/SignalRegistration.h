@@ -6,8 +6,8 @@
 // decoding starts and destroyed after it stops.
 #pragma once
 
-#include "bus/FrameTable.h"
 #include "signal/BaseSignal.h"
+#include "signal/FrameTable.h"
 
 #include <cstdint>
 #include <map>

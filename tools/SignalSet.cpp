@@ -1,11 +1,11 @@
 #include "tools/SignalSet.h"
 
-#include "bus/FrameTable.h"
 #include "input/AnalogSignal.h"
 #include "input/DigitalSignal.h"
 #include "input/GPSSignal.h"
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
+#include "signal/FrameTable.h"
 #include "tools/SharedSegment.h"
 
 #include <fnmatch.h>
