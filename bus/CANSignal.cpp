@@ -6,7 +6,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-#include <iostream>
 
 std::map<uint64_t, std::vector<CANSignal*>> CANSignal::canContainer;
 
@@ -45,7 +44,7 @@ CANSignal::CANSignal(const canSignalDef_t& signalDef, bool shm, SignalStorage* s
     d_layout.numBytes = definition.numBytes;
 
     if (!SignalRegistration::enter(this, canKindBit, this->storage->canSignals)) {
-        MessageLine::writeUnterminated(std::cout, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x", std::hex,
+        MessageLine::writeUnterminated(MessageStream::Output, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x", std::hex,
                                        id, " already exists", std::dec);
         id = rejectedId;
         return;
@@ -62,7 +61,7 @@ CANSignal::CANSignal(const canSignalDef_t& signalDef, bool shm, SignalStorage* s
 CANSignal::~CANSignal()
 {
     if (!SignalRegistration::leave(this, storage->canSignals, canContainer))
-        MessageLine::write(std::cout, MessageLine::Error, "CANSignal", "~CANSignal", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Error, "CANSignal", "~CANSignal", def.instance,
                            " instance not found in vector");
 }
 

@@ -7,7 +7,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-#include <iostream>
 
 std::array<bool, 256> EthernetSignal::channelsInUse{};
 std::map<EthernetFrameHash*, EthernetSignal::SignalList> EthernetSignal::ethernetFrames;
@@ -80,7 +79,7 @@ bool EthernetSignal::registerIdentifier()
     // destructor finds it by pointer.
     if (SignalRegistration::enter(this, ethernetKindBit, storage->ethernetSignals))
         return true;
-    MessageLine::write(std::cout, MessageLine::Error, className, className, "gpId 0x", std::hex, id, std::dec,
+    MessageLine::write(MessageStream::Output, MessageLine::Error, className, className, "gpId 0x", std::hex, id, std::dec,
                        " already exists");
     id = rejectedId;
     return false;
@@ -111,7 +110,7 @@ void EthernetSignal::unregister()
     if (storage != nullptr) {
         const auto removed = SignalsByKey::removeFirst(storage->ethernetSignals, id, this);
         if (removed == SignalsByKey::NotInVector)
-            MessageLine::write(std::cout, MessageLine::Error, className, "~EthernetSignal", definition.instance,
+            MessageLine::write(MessageStream::Output, MessageLine::Error, className, "~EthernetSignal", definition.instance,
                                " instance not found in vector");
         // A signal whose identifier clashed is filed under the identifier it
         // was given first, not under its all-ones one.

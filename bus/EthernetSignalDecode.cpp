@@ -7,10 +7,7 @@
 #include "bus/EthernetSignal.h"
 
 #include "signal/MessageLine.h"
-#include "util/hexdump.h"
 
-#include <iostream>
-#include <mutex>
 
 namespace {
 
@@ -148,7 +145,7 @@ bool EthernetSignal::findData(const unsigned char* frame, unsigned long length, 
         located = findSomeIp(pos, frame, length, payloadOffset, found);
         break;
     default:
-        MessageLine::write(std::cout, MessageLine::Error, className, "decode", definition.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Error, className, "decode", definition.instance,
                            ": unknown ethernet signal type = ", pos.ethSignalType);
         return false;
     }
@@ -241,10 +238,8 @@ bool EthernetSignal::decode(unsigned char channel, const std::vector<unsigned ch
         return false;
     if (debug) {
         MessageLine::debug(className, "decode", "frame size = ", frame.size());
-        if (debug > 2) {
-            std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
-            hexdump(std::cout, frame.data(), frame.size());
-        }
+        if (debug > 2)
+            MessageLine::hexdump(frame.data(), frame.size());
     }
 
     const FrameSignals found = lookupFrame(info, channel, "decode");

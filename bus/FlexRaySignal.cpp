@@ -6,13 +6,9 @@
 #include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
-#include "util/LogUtil.h"
-#include "util/hexdump.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <iostream>
-#include <mutex>
 
 FlexRaySignal::FrameMap FlexRaySignal::flexrayFrames;
 
@@ -102,12 +98,6 @@ bool updateBitSet(const std::vector<uint8_t>& payload, uint16_t bit)
     return byte < payload.size() && ((payload[byte] >> (bit % 8u)) & 1u) != 0;
 }
 
-void dumpPayload(const std::vector<uint8_t>& payload)
-{
-    std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
-    hexdump(std::cout, payload.data(), payload.size());
-}
-
 template <class T>
 void printOrNone(std::ostream& os, const std::optional<T>& value)
 {
@@ -138,7 +128,7 @@ FlexRaySignal::FlexRaySignal(const flexRaySignalDef_t& def, bool shm, SignalStor
         fillCycleTable(position);
 
     if (!SignalRegistration::enter(this, flexRayKindBit, storage->flexRaySignals)) {
-        MessageLine::write(std::cout, MessageLine::Error, className, "FlexRaySignal", "gpId 0x", std::hex, id,
+        MessageLine::write(MessageStream::Output, MessageLine::Error, className, "FlexRaySignal", "gpId 0x", std::hex, id,
                            std::dec, " already exists");
         id = rejectedId;
         return;
@@ -180,7 +170,7 @@ FlexRaySignal::~FlexRaySignal()
     // A child finds its parent's entry gone already and passes silently; a
     // child built without a parent has no storage and was filed nowhere.
     if (storage != nullptr && !SignalRegistration::leave(this, storage->flexRaySignals, flexrayFrames))
-        MessageLine::write(std::cout, MessageLine::Error, className, "~FlexRaySignal", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Error, className, "~FlexRaySignal", def.instance,
                            " instance not found in vector");
     // Children share this signal's slot: they go before the slot is released.
     for (FlexRaySignal* child : children)
@@ -320,7 +310,7 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
             continue;
         }
         if (debug)
-            dumpPayload(frm.payload);
+            MessageLine::hexdump(frm.payload.data(), frm.payload.size());
         signal->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
         ids.push_back(signal->id);
     }

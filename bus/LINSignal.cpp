@@ -4,7 +4,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-#include <iostream>
 
 std::map<uint64_t, std::vector<LINSignal*>> LINSignal::linContainer;
 
@@ -20,7 +19,7 @@ LINSignal::LINSignal(const linSignalDef_t& signalDef, bool shm, SignalStorage* s
     : BaseSignal(signalDef, shm, storage), definition(signalDef)
 {
     if (!SignalRegistration::enter(this, linKindBit, this->storage->linSignals)) {
-        MessageLine::write(std::cout, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id, " already exists",
+        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id, " already exists",
                            std::dec);
         id = ~uint64_t(0);
         return;
@@ -34,7 +33,7 @@ LINSignal::LINSignal(const linSignalDef_t& signalDef, bool shm, SignalStorage* s
 LINSignal::~LINSignal()
 {
     if (!SignalRegistration::leave(this, storage->linSignals, linContainer))
-        MessageLine::write(std::cout, MessageLine::Error, cls, "~LINSignal", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, "~LINSignal", def.instance,
                            "instance not found in vector");
 }
 

@@ -3,13 +3,12 @@
 
 #include "expression/expFlexLexer.h"
 #include "signal/MessageLine.h"
-#include "util/LogUtil.h"
+#include "util/MessageSink.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <limits>
-#include <mutex>
 #include <sstream>
 
 std::set<ExpParser*> ExpParser::allExpParsers;
@@ -45,7 +44,7 @@ ExpParser::ExpParser(char const* text, bool edgeTrigger, SignalStorage* storage)
     }
     lexer->switch_streams(&input, nullptr);
     if (debug)
-        MessageLine::writeText(std::cout, MessageLine::Debug, "parsing ", input.str());
+        MessageLine::writeText(MessageStream::Output, MessageLine::Debug, "parsing ", input.str());
 
     expScanPosition = expScanPosition_t();
     const int failed = expparse(this);
@@ -53,11 +52,11 @@ ExpParser::ExpParser(char const* text, bool edgeTrigger, SignalStorage* storage)
     lexer->yyrestart(std::cin);
 
     if (failed) {
-        MessageLine::writeText(std::cerr, MessageLine::Error, "parser error in ExpParser: ", input.str());
+        MessageLine::writeText(MessageStream::Error, MessageLine::Error, "parser error in ExpParser: ", input.str());
         return;
     }
     if (debug)
-        MessageLine::writeText(std::cout, MessageLine::Debug, "parsed");
+        MessageLine::writeText(MessageStream::Output, MessageLine::Debug, "parsed");
     allExpParsers.insert(this);
 }
 
@@ -97,7 +96,7 @@ void ExpParser::add(const std::string& name)
     BaseSignal* signal = BaseSignal::getInstance(name, storage);
     if (signal == nullptr) {
         // The expression stays usable: the missing signal reads as 0.
-        MessageLine::writeText(std::cerr, MessageLine::Error, "ExpParser::add: Signal not found: ", name);
+        MessageLine::writeText(MessageStream::Error, MessageLine::Error, "ExpParser::add: Signal not found: ", name);
         add(0.0);
         return;
     }
@@ -130,7 +129,7 @@ bool ExpParser::getExpResult(bool& result)
         (this->*(pc->first))();
     result = false;
     if (depth() != 1) {
-        MessageLine::writeText(std::cerr, MessageLine::Error, "stack size wrong at end of program: ", depth());
+        MessageLine::writeText(MessageStream::Error, MessageLine::Error, "stack size wrong at end of program: ", depth());
         return false;
     }
     const double v = *stackTop;
@@ -173,11 +172,9 @@ unsigned long ExpParser::getLastestTime() const
 // lack operands; there is no sensible value to go on with.
 void ExpParser::stackUnderflow(size_t operands) const
 {
-    {
-        std::lock_guard<std::recursive_mutex> guard(LogUtil::logMutex);
-        std::cerr << "Less than " << operands << " elements on bool stack (" << depth() << ")" << std::endl;
-    }
-    std::exit(4);
+    std::ostringstream text;
+    text << "Less than " << operands << " elements on bool stack (" << depth() << ")";
+    MessageSink::raiseFatal(4, text.str());
 }
 
 template <class Combine>

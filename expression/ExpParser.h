@@ -78,7 +78,8 @@ public:
     void clearstack() { stackTop = stackBase; }
 
     // The operations of the machine. They pop their operands from the stack
-    // and push one result; too few operands end the process with status 4.
+    // and push one result. Too few operands are a fatal fault, handed to the
+    // message sink: by default the process ends with status 4.
     void opdouble();
     void opsignal();
     void opplus();
@@ -128,7 +129,7 @@ public:
 private:
     void growStack();
     size_t depth() const { return static_cast<size_t>(stackTop - stackBase); }
-    // Ends the process unless the stack holds `operands` values.
+    // A fatal fault unless the stack holds `operands` values.
     void require(size_t operands) const
     {
         if (__builtin_expect(depth() < operands, 0))

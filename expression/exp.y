@@ -22,12 +22,19 @@
 #include "signal/MessageLine.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
+#include <string>
 
 int explex(EXPSTYPE* value, void* parser);
 void experror(void* parser, const char* message);
+
+// The trace goes to the message sink's error stream rather than to the C
+// library's stderr; the stream bison names is not used.
+#define YYFPRINTF(stream, ...) parserTrace(__VA_ARGS__)
+static void parserTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 #define PARSER (static_cast<ExpParser*>(parser))
 }
@@ -169,6 +176,27 @@ void experror(void* parser, const char* message)
         if (end > remembered.tokenStart)
             context = input.substr(remembered.tokenStart, end - remembered.tokenStart);
     }
-    MessageLine::writeText(std::cerr, MessageLine::Error, "expression parser: line ", remembered.line, " ",
-                           message, " at '", context, "'");
+    MessageLine::writeText(MessageStream::Error, MessageLine::Error, "expression parser: line ", remembered.line,
+                           " ", message, " at '", context, "'");
+}
+
+// One piece of the trace, printf-formatted as bison writes it.
+static void parserTrace(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    va_list again;
+    va_copy(again, args);
+    char piece[256];
+    const int length = std::vsnprintf(piece, sizeof piece, format, args);
+    if (length >= 0 && static_cast<size_t>(length) < sizeof piece) {
+        MessageLine::Trace(MessageStream::Error) << piece;
+    } else if (length > 0) {
+        std::string longer(static_cast<size_t>(length) + 1, '\0');
+        std::vsnprintf(&longer[0], longer.size(), format, again);
+        longer.pop_back();
+        MessageLine::Trace(MessageStream::Error) << longer;
+    }
+    va_end(again);
+    va_end(args);
 }

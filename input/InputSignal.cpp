@@ -6,7 +6,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-#include <iostream>
 
 std::map<uint64_t, std::vector<InputSignal*>> InputSignal::inputContainer;
 
@@ -74,7 +73,7 @@ bool InputSignal::registerIdentifier(uint64_t kindBit, const char* cls, const ch
 {
     if (SignalRegistration::enter(this, kindBit, storage->inputSignals))
         return true;
-    MessageLine::write(std::cout, MessageLine::Error, cls, op, "gpId 0x", std::hex, id, std::dec, " already exists");
+    MessageLine::write(MessageStream::Output, MessageLine::Error, cls, op, "gpId 0x", std::hex, id, std::dec, " already exists");
     id = ~0UL;
     return false;
 }
@@ -86,7 +85,7 @@ void InputSignal::fileUnder(uint64_t key)
 
 void InputSignal::reportUnknownName(const char* cls, const char* op) const
 {
-    MessageLine::write(std::cout, MessageLine::Error, cls, op, def.instance,
+    MessageLine::write(MessageStream::Output, MessageLine::Error, cls, op, def.instance,
                        " not found in predefined input lists, gpId = 0");
 }
 

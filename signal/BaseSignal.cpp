@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 int BaseSignal::debug = 0;
 bool BaseSignal::detachOnly = false;
@@ -29,7 +28,7 @@ BaseSignal::BaseSignal(const baseSignalDef_t& definition, bool shmem, SignalStor
 {
     // The earlier signal of a name stays reachable; this one is built anyway.
     if (!this->storage->instancesByName.emplace(def.instance, this).second)
-        MessageLine::write(std::cout, MessageLine::Error, "BaseSignal", "BaseSignal", def.instance, " already exists");
+        MessageLine::write(MessageStream::Output, MessageLine::Error, "BaseSignal", "BaseSignal", def.instance, " already exists");
 
     if (shmem)
         createSharedMemory();
@@ -49,7 +48,7 @@ BaseSignal::BaseSignal(BaseSignal* parent)
       d_maksBits(0), d_signBit(0), d_rawMask(0)
 {
     if (parent == nullptr) {
-        MessageLine::write(std::cout, MessageLine::Error, "BaseSignal", "BaseSignal", "no parent");
+        MessageLine::write(MessageStream::Output, MessageLine::Error, "BaseSignal", "BaseSignal", "no parent");
         return;
     }
     id = parent->id;

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <iostream>
 
 namespace {
 
@@ -49,7 +48,7 @@ bool BaseSignal::createSharedMemory()
         key = -1;
     }
     if (key == -1) {
-        MessageLine::writeErrno(std::cerr, keyError, "BaseSignal", "createSharedMemory", def.instance,
+        MessageLine::writeErrno(MessageStream::Error, keyError, "BaseSignal", "createSharedMemory", def.instance,
                                 ": Missing File (", path, ")");
         return false;
     }
@@ -59,7 +58,7 @@ bool BaseSignal::createSharedMemory()
     if (shmId == -1) {
         shmId = shmget(key, sizeof(signalSlot_t), IPC_CREAT | permissions);
         if (shmId == -1) {
-            MessageLine::writeErrno(std::cerr, errno, "BaseSignal", "createSharedMemory", def.instance,
+            MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "createSharedMemory", def.instance,
                                     ": shmget (", def.instance, ")");
             return false;
         }
@@ -72,11 +71,11 @@ bool BaseSignal::createSharedMemory()
         // the segment is attached.
         pthread_mutex_init(&privateSlot.mutex, nullptr);
         initSmData = true;
-        MessageLine::write(std::cout, MessageLine::Info, "BaseSignal", "createSharedMemory", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Info, "BaseSignal", "createSharedMemory", def.instance,
                            ": shmId = ", std::dec, shmId, " created");
     } else {
         initSmData = false;
-        MessageLine::write(std::cout, MessageLine::Info, "BaseSignal", "createSharedMemory", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Info, "BaseSignal", "createSharedMemory", def.instance,
                            ": shmId = ", std::dec, shmId, " found");
     }
     if (debug)
@@ -85,7 +84,7 @@ bool BaseSignal::createSharedMemory()
 
     void* attached = shmat(shmId, nullptr, 0);
     if (attached == reinterpret_cast<void*>(-1)) {
-        MessageLine::writeErrno(std::cerr, errno, "BaseSignal", "createSharedMemory", "shmat (", def.instance,
+        MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "createSharedMemory", "shmat (", def.instance,
                                 ")");
         slot = &privateSlot;
         return false;
@@ -107,14 +106,14 @@ void BaseSignal::releaseSharedMemory()
         return;
     }
     if (shmdt(slot) != 0)
-        MessageLine::writeErrno(std::cerr, errno, "BaseSignal", "~BaseSignal", "shmdt (", def.instance, ")");
+        MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "~BaseSignal", "shmdt (", def.instance, ")");
     if (detachOnly) {
-        MessageLine::write(std::cout, MessageLine::Info, "BaseSignal", "~BaseSignal", def.instance,
+        MessageLine::write(MessageStream::Output, MessageLine::Info, "BaseSignal", "~BaseSignal", def.instance,
                            ": shmId = ", std::dec, shmId, " detached");
     } else {
         if (shmctl(shmId, IPC_RMID, nullptr) != 0)
-            MessageLine::writeErrno(std::cerr, errno, "BaseSignal", "~BaseSignal", "shmctl (", def.instance, ")");
-        MessageLine::write(std::cout, MessageLine::Info, "BaseSignal", "~BaseSignal", def.instance,
+            MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "~BaseSignal", "shmctl (", def.instance, ")");
+        MessageLine::write(MessageStream::Output, MessageLine::Info, "BaseSignal", "~BaseSignal", def.instance,
                            ": shmId = ", std::dec, shmId, " destroyed");
     }
     if (debug) {
@@ -131,7 +130,7 @@ void BaseSignal::lock()
             return;
         if (result != EBUSY) {
             // Report and go on unlocked rather than stall the message path.
-            MessageLine::writeErrno(std::cerr, result, "BaseSignal", "lock", "mutex trylock(", def.instance, ")");
+            MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "lock", "mutex trylock(", def.instance, ")");
             return;
         }
         if (debug)
@@ -144,5 +143,5 @@ void BaseSignal::unlock()
 {
     const int result = pthread_mutex_unlock(&slot->mutex);
     if (result != 0)
-        MessageLine::writeErrno(std::cerr, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
+        MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
 }

@@ -7,6 +7,7 @@
 #include "input/LoggerStatusSignal.h"
 #include "signal/FrameTable.h"
 #include "tools/SharedSegment.h"
+#include "util/MessageSink.h"
 
 #include <fnmatch.h>
 
@@ -17,17 +18,26 @@ namespace {
 
 constexpr unsigned long rejectedId = ~0UL;
 
-// The library writes its message lines to standard output, which carries the
-// tool's rows; while signals are built and destroyed they go to standard
-// error instead.
-class MessagesToStderr {
+// The library writes some of its lines to standard output, which carries
+// the tool's rows; while signals are built and destroyed those go to
+// standard error instead, through a stream of their own (so that their
+// format flags and flushes touch neither std::cout nor std::cerr).
+class LinesToStandardError : public MessageSink {
 public:
-    MessagesToStderr() : saved_(std::cout.rdbuf(std::cerr.rdbuf())) {}
-    ~MessagesToStderr() { std::cout.rdbuf(saved_); }
+    std::ostream& stream(MessageStream destination) override
+    {
+        return destination == MessageStream::Error ? std::cerr : output_;
+    }
 
 private:
-    std::streambuf* saved_;
+    std::ostream output_{std::cerr.rdbuf()};
 };
+
+MessageSink& linesToStandardError()
+{
+    static LinesToStandardError sink;
+    return sink;
+}
 
 } // namespace
 
@@ -35,7 +45,7 @@ SignalSet::SignalSet(bool sharedMemory) : sharedMemory_(sharedMemory) {}
 
 SignalSet::~SignalSet()
 {
-    MessagesToStderr quiet;
+    MessageSink::Scope toStandardError(linesToStandardError());
     // The tool's signals are all the signals of the process, so the
     // class-wide frame tables hold nothing else: emptying them first spares
     // each destructor its walk over every entry (quadratic for thousands of
@@ -95,7 +105,7 @@ void SignalSet::fileMultiplexed(CANSignal& signal)
 
 void SignalSet::build(const DefinitionSet& definitions, std::vector<std::string>& problems)
 {
-    MessagesToStderr quiet;
+    MessageSink::Scope toStandardError(linesToStandardError());
     buildAll<CANSignal>(definitions.can, problems);
     buildAll<LINSignal>(definitions.lin, problems);
     buildAll<FlexRaySignal>(definitions.flexRay, problems);

@@ -1,21 +1,28 @@
 #include "tools/TriggerSet.h"
 
-#include <iostream>
+#include "util/MessageSink.h"
+
 #include <sstream>
 
 namespace {
 
-// The parser reports on standard error; the tool collects the lines to show
-// them with its own message.
-class ErrorLines {
+// The parser reports on standard error; the tool collects those lines to
+// show them with its own message. Lines for standard output go on where they
+// went.
+class ErrorLines : public MessageSink {
 public:
-    ErrorLines() : saved_(std::cerr.rdbuf(text_.rdbuf())) {}
-    ~ErrorLines() { std::cerr.rdbuf(saved_); }
+    ErrorLines() : previous_(install(this)) {}
+    ~ErrorLines() override { install(previous_); }
     std::string text() const { return text_.str(); }
+
+    std::ostream& stream(MessageStream destination) override
+    {
+        return destination == MessageStream::Error ? text_ : previous_->stream(destination);
+    }
 
 private:
     std::ostringstream text_;
-    std::streambuf* saved_;
+    MessageSink* previous_;
 };
 
 } // namespace
