@@ -38,7 +38,6 @@
 #include "input/LoggerStatusSignal.h"
 
 #include "expression/ExpParser.h"
-#include "expression/expFlexLexer.h"
 
 #include "event/EventParser.h"
 #include "event/eventFlexer.h"

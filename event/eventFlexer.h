@@ -1,46 +1,33 @@
-// eventFlexer: the scanner behind EventParser. It reads an event description
-// once and collects the fixed signal names it mentions, by source, with
+// eventFlexer: what the scanner behind EventParser found in an event
+// description: the fixed signal names it mentions, by source, with
 // per-source counts of their occurrences.
 //
-// The class derives from eventFlexLexer, flex's C++ scanner class declared
-// under this scanner's own name (the library holds a second flex scanner, for
-// expressions); yylex is generated from event/event.l.
+// The scanning itself is done by an internal flex-generated scanner that
+// yylex() runs over the input and that fills these tables; a client needs
+// no flex header to hold or read an eventFlexer.
 //
 // Thread safety: indexPrefix is process-wide, so two descriptions must not be
 // scanned at the same time. A scanner that has finished may be read from
 // several threads.
 #pragma once
 
-// The generated scanner source defines yyFlexLexer itself and has declared
-// the class by the time it includes this header.
-#ifndef yyFlexLexer
-#ifdef yyFlexLexerOnce
-#define yyFlexLexer eventFlexLexer
-#include <FlexLexer.h>
-#undef yyFlexLexer
-#else
-#define yyFlexLexer eventFlexLexer
-#include <FlexLexer.h>
-#undef yyFlexLexer
-// As we found it: a client's own later #include <FlexLexer.h> still declares
-// the default yyFlexLexer.
-#undef yyFlexLexerOnce
-#endif
-#endif
-
 #include <cstdint>
 #include <istream>
 #include <map>
-#include <ostream>
 #include <set>
 #include <string>
 
-class eventFlexer : public eventFlexLexer {
+class eventFlexer {
 public:
-    explicit eventFlexer(std::istream* in = nullptr, std::ostream* out = nullptr) : eventFlexLexer(in, out) {}
+    // Reads `in` when yylex() is called; nothing when null.
+    explicit eventFlexer(std::istream* in = nullptr) : input_(in) {}
 
-    // Scans the whole input and returns 0 at its end.
-    int yylex() override;
+    // Makes `in` the input of the next yylex() (nothing when null).
+    void switch_streams(std::istream* in) { input_ = in; }
+    // Scans the whole input, adding what it names to the tables, and returns
+    // 0 at its end. The input is let go of then: it may be destroyed, and a
+    // further call scans nothing until switch_streams gives another.
+    int yylex();
 
     std::set<std::string> allSignals;
     std::set<std::string> rcKeys;
@@ -65,9 +52,5 @@ public:
     static std::string indexPrefix;
 
 private:
-    // Enters the matched name into allSignals and `table`, and counts it.
-    void record(std::set<std::string>* table, uint16_t& count);
-    // Enters the matched input number, under indexPrefix, into allSignals
-    // and (unless the number is there already) into `inputs`.
-    void recordInput(std::map<int, std::string>& inputs);
+    std::istream* input_;
 };

@@ -6,24 +6,17 @@
 // such scanners (this one and the event description scanner), so each is
 // declared under its own name here; the generated scanner source defines the
 // macro itself and has declared the class by the time it includes this.
+// Internal: ExpParser holds its scanner through a pointer to a class it only
+// declares, so that no public header needs <FlexLexer.h>.
 //
 // Thread safety: none. A scanner is used by one ExpParser constructor, and
 // expScanPosition is process-wide: expressions are parsed one at a time.
 #pragma once
 
 #ifndef yyFlexLexer
-#ifdef yyFlexLexerOnce
 #define yyFlexLexer expFlexLexer
 #include <FlexLexer.h>
 #undef yyFlexLexer
-#else
-#define yyFlexLexer expFlexLexer
-#include <FlexLexer.h>
-#undef yyFlexLexer
-// As we found it: a client's own later #include <FlexLexer.h> still declares
-// the default yyFlexLexer.
-#undef yyFlexLexerOnce
-#endif
 #endif
 
 #include <cstddef>
