@@ -3,7 +3,7 @@
 
 #include "expression/expFlexLexer.h"
 #include "signal/MessageLine.h"
-#include "util/MessageSink.h"
+#include "signal/MessageSink.h"
 
 #include <cmath>
 #include <cstdlib>

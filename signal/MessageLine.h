@@ -10,7 +10,7 @@
 #pragma once
 
 #include "util/LogUtil.h"
-#include "util/MessageSink.h"
+#include "signal/MessageSink.h"
 
 #include <cstddef>
 #include <mutex>

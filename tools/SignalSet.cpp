@@ -6,8 +6,8 @@
 #include "input/KeyboardSignal.h"
 #include "input/LoggerStatusSignal.h"
 #include "signal/FrameTable.h"
+#include "signal/MessageSink.h"
 #include "tools/SharedSegment.h"
-#include "util/MessageSink.h"
 
 #include <fnmatch.h>
 

@@ -1,6 +1,6 @@
 #include "tools/TriggerSet.h"
 
-#include "util/MessageSink.h"
+#include "signal/MessageSink.h"
 
 #include <sstream>
 

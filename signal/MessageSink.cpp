@@ -1,6 +1,6 @@
-// The default sink, and the one place where the libraries touch the
-// process's standard streams or end the process.
-#include "util/MessageSink.h"
+// The default sink, and the one place where the library touches the
+// process's standard streams or ends the process.
+#include "signal/MessageSink.h"
 
 #include "util/LogUtil.h"
 

@@ -3,7 +3,7 @@
 #include "expression/ExpParser.h"
 #include "support/OutputCapture.h"
 #include "support/SignalTestSupport.h"
-#include "util/MessageSink.h"
+#include "signal/MessageSink.h"
 
 #include <gtest/gtest.h>
 

@@ -1,17 +1,17 @@
-// MessageSink: where the libraries' diagnostic text goes.
+// MessageSink: where the signal library's diagnostic text goes.
 //
 // Every message line ("[ERROR] ...", "[INFO] ...", "[DEBUG] ..."), every
 // table dump and hex dump of the higher debug levels and the expression
 // scanner's and parser's traces are written into the stream that the
-// installed sink hands out for the line's destination. The libraries name a
-// destination, never a stream of their own. The default sink hands out
+// installed sink hands out for the line's destination. The library names a
+// destination, never a stream of its own. The default sink hands out
 // std::cout for MessageStream::Output and std::cerr for MessageStream::Error,
 // so a program that installs nothing gets the lines where it always did.
 //
 // A program installs its own sink to send the lines elsewhere: to standard
 // error only (a tool whose standard output carries its results), into a
 // buffer (a test, a language binding that hands the lines to its caller).
-// Each line is complete, line end and flush included, before the library
+// Each line is written whole, flush included, before the library
 // lets go of the stream; some lines deliberately leave the stream's format
 // flags changed, so a sink should hand out the same stream for a destination
 // every time.
@@ -22,7 +22,7 @@
 // default writes the reason as a line on the error stream and ends the
 // process with that status; a sink may throw instead.
 //
-// Thread safety: the libraries ask for a stream and write their line while
+// Thread safety: the library asks for a stream and writes its line while
 // holding LogUtil::logMutex, so stream() is called, and its stream written,
 // by one thread at a time. install() takes the same mutex, so a sink may be
 // replaced while other threads write lines; the sink replaced may be
