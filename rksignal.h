@@ -19,11 +19,11 @@
 #include "trace/SystemUsageMessage.h"
 
 #include "signal/BaseSignal.h"
+#include "signal/MessageSink.h"
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
 
-#include "bus/ByteRange.h"
 #include "bus/CANSignal.h"
 #include "bus/EthernetFrameHash.h"
 #include "bus/EthernetSignal.h"
