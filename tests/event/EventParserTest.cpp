@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 using Names = std::set<std::string>;
 using Inputs = std::map<int, std::string>;
 
@@ -56,4 +58,20 @@ TEST(EventParser, AnyBytesAreScannedAndCountersWrap)
     for (int i = 0; i < 65537; ++i)
         many += "RC.TRG,";
     EXPECT_EQ(EventParser(many).scanner.rcCount, 1);
+}
+
+TEST(EventParser, AScannerHeldByAClientReadsItsInputOnce)
+{
+    std::istringstream text("CAN.signal1 DI.2");
+    eventFlexer scanner(&text);
+    EXPECT_EQ(scanner.yylex(), 0);
+    EXPECT_EQ(scanner.yylex(), 0); // the input is let go of: nothing is counted twice
+    EXPECT_EQ(scanner.allSignals, (Names{"CAN.signal1", "DI.2"}));
+    EXPECT_EQ(scanner.canCount + scanner.digitalCount, 2);
+
+    std::istringstream more("CAN.signal1 LIN.signal2");
+    scanner.switch_streams(&more);
+    scanner.yylex();
+    EXPECT_EQ(scanner.allSignals, (Names{"CAN.signal1", "DI.2", "LIN.signal2"}));
+    EXPECT_EQ(scanner.canCount + scanner.linCount, 3);
 }
