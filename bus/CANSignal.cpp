@@ -6,7 +6,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-
 std::map<uint64_t, std::vector<CANSignal*>> CANSignal::canContainer;
 
 namespace {
@@ -44,8 +43,8 @@ CANSignal::CANSignal(const canSignalDef_t& signalDef, bool shm, SignalStorage* s
     d_layout.numBytes = definition.numBytes;
 
     if (!SignalRegistration::enter(this, canKindBit, this->storage->canSignals)) {
-        MessageLine::writeUnterminated(MessageStream::Output, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x", std::hex,
-                                       id, " already exists", std::dec);
+        MessageLine::writeUnterminated(MessageStream::Output, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x",
+                                       std::hex, id, " already exists", std::dec);
         id = rejectedId;
         return;
     }

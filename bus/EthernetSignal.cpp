@@ -7,7 +7,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-
 std::array<bool, 256> EthernetSignal::channelsInUse{};
 std::map<EthernetFrameHash*, EthernetSignal::SignalList> EthernetSignal::ethernetFrames;
 std::map<uint64_t, EthernetSignal::SignalList> EthernetSignal::positiveList;
@@ -79,8 +78,8 @@ bool EthernetSignal::registerIdentifier()
     // destructor finds it by pointer.
     if (SignalRegistration::enter(this, ethernetKindBit, storage->ethernetSignals))
         return true;
-    MessageLine::write(MessageStream::Output, MessageLine::Error, className, className, "gpId 0x", std::hex, id, std::dec,
-                       " already exists");
+    MessageLine::write(MessageStream::Output, MessageLine::Error, className, className, "gpId 0x", std::hex, id,
+                       std::dec, " already exists");
     id = rejectedId;
     return false;
 }
@@ -110,8 +109,8 @@ void EthernetSignal::unregister()
     if (storage != nullptr) {
         const auto removed = SignalsByKey::removeFirst(storage->ethernetSignals, id, this);
         if (removed == SignalsByKey::NotInVector)
-            MessageLine::write(MessageStream::Output, MessageLine::Error, className, "~EthernetSignal", definition.instance,
-                               " instance not found in vector");
+            MessageLine::write(MessageStream::Output, MessageLine::Error, className, "~EthernetSignal",
+                               definition.instance, " instance not found in vector");
         // A signal whose identifier clashed is filed under the identifier it
         // was given first, not under its all-ones one.
         else if (removed == SignalsByKey::KeyAbsent && id == rejectedId)

@@ -8,7 +8,6 @@
 
 #include "signal/MessageLine.h"
 
-
 namespace {
 
 constexpr const char* className = "EthernetSignal";

@@ -128,8 +128,8 @@ FlexRaySignal::FlexRaySignal(const flexRaySignalDef_t& def, bool shm, SignalStor
         fillCycleTable(position);
 
     if (!SignalRegistration::enter(this, flexRayKindBit, storage->flexRaySignals)) {
-        MessageLine::write(MessageStream::Output, MessageLine::Error, className, "FlexRaySignal", "gpId 0x", std::hex, id,
-                           std::dec, " already exists");
+        MessageLine::write(MessageStream::Output, MessageLine::Error, className, "FlexRaySignal", "gpId 0x", std::hex,
+                           id, std::dec, " already exists");
         id = rejectedId;
         return;
     }

@@ -4,7 +4,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-
 std::map<uint64_t, std::vector<LINSignal*>> LINSignal::linContainer;
 
 namespace {
@@ -19,8 +18,8 @@ LINSignal::LINSignal(const linSignalDef_t& signalDef, bool shm, SignalStorage* s
     : BaseSignal(signalDef, shm, storage), definition(signalDef)
 {
     if (!SignalRegistration::enter(this, linKindBit, this->storage->linSignals)) {
-        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id, " already exists",
-                           std::dec);
+        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id,
+                           " already exists", std::dec);
         id = ~uint64_t(0);
         return;
     }

@@ -129,7 +129,8 @@ bool ExpParser::getExpResult(bool& result)
         (this->*(pc->first))();
     result = false;
     if (depth() != 1) {
-        MessageLine::writeText(MessageStream::Error, MessageLine::Error, "stack size wrong at end of program: ", depth());
+        MessageLine::writeText(MessageStream::Error, MessageLine::Error,
+                               "stack size wrong at end of program: ", depth());
         return false;
     }
     const double v = *stackTop;

@@ -6,7 +6,6 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
-
 std::map<uint64_t, std::vector<InputSignal*>> InputSignal::inputContainer;
 
 namespace {
@@ -73,7 +72,8 @@ bool InputSignal::registerIdentifier(uint64_t kindBit, const char* cls, const ch
 {
     if (SignalRegistration::enter(this, kindBit, storage->inputSignals))
         return true;
-    MessageLine::write(MessageStream::Output, MessageLine::Error, cls, op, "gpId 0x", std::hex, id, std::dec, " already exists");
+    MessageLine::write(MessageStream::Output, MessageLine::Error, cls, op, "gpId 0x", std::hex, id, std::dec,
+                       " already exists");
     id = ~0UL;
     return false;
 }

@@ -28,7 +28,8 @@ BaseSignal::BaseSignal(const baseSignalDef_t& definition, bool shmem, SignalStor
 {
     // The earlier signal of a name stays reachable; this one is built anyway.
     if (!this->storage->instancesByName.emplace(def.instance, this).second)
-        MessageLine::write(MessageStream::Output, MessageLine::Error, "BaseSignal", "BaseSignal", def.instance, " already exists");
+        MessageLine::write(MessageStream::Output, MessageLine::Error, "BaseSignal", "BaseSignal", def.instance,
+                           " already exists");
 
     if (shmem)
         createSharedMemory();

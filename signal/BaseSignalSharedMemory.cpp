@@ -84,8 +84,8 @@ bool BaseSignal::createSharedMemory()
 
     void* attached = shmat(shmId, nullptr, 0);
     if (attached == reinterpret_cast<void*>(-1)) {
-        MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "createSharedMemory", "shmat (", def.instance,
-                                ")");
+        MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "createSharedMemory", "shmat (",
+                                def.instance, ")");
         slot = &privateSlot;
         return false;
     }
@@ -112,7 +112,8 @@ void BaseSignal::releaseSharedMemory()
                            ": shmId = ", std::dec, shmId, " detached");
     } else {
         if (shmctl(shmId, IPC_RMID, nullptr) != 0)
-            MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "~BaseSignal", "shmctl (", def.instance, ")");
+            MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "~BaseSignal", "shmctl (", def.instance,
+                                    ")");
         MessageLine::write(MessageStream::Output, MessageLine::Info, "BaseSignal", "~BaseSignal", def.instance,
                            ": shmId = ", std::dec, shmId, " destroyed");
     }
@@ -130,7 +131,8 @@ void BaseSignal::lock()
             return;
         if (result != EBUSY) {
             // Report and go on unlocked rather than stall the message path.
-            MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "lock", "mutex trylock(", def.instance, ")");
+            MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "lock", "mutex trylock(", def.instance,
+                                    ")");
             return;
         }
         if (debug)
@@ -143,5 +145,6 @@ void BaseSignal::unlock()
 {
     const int result = pthread_mutex_unlock(&slot->mutex);
     if (result != 0)
-        MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
+        MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance,
+                                ")");
 }

@@ -35,8 +35,9 @@ private:
 
 MessageSink& linesToStandardError()
 {
-    static LinesToStandardError sink;
-    return sink;
+    // Never destroyed: a signal set destroyed late at exit still finds it.
+    static LinesToStandardError* const sink = new LinesToStandardError;
+    return *sink;
 }
 
 } // namespace

@@ -35,7 +35,9 @@ for folder in "${!below[@]}"; do
 done
 
 streams=0
-forbidden='\b(std::)?(cout|cerr|clog)\b|\b(std::)?(_?exit|quick_exit|abort)[[:space:]]*\(|\b(f?printf|puts|perror)[[:space:]]*\('
+streamsUsed='\b(std::)?(cout|cerr|clog)\b|\b(f?printf|puts|perror)[[:space:]]*\('
+processEnded='\b(std::)?(_?exit|quick_exit|abort)[[:space:]]*\('
+forbidden="$streamsUsed|$processEnded"
 while IFS= read -r file; do
     [[ $file == signal/MessageSink.cpp ]] && continue
     # Blank out // comments and the lines of /* */ blocks (keeping the line
