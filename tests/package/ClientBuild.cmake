@@ -47,20 +47,24 @@ elseif(STEP STREQUAL pkgconfig_client)
   expect_client_output()
 
 elseif(STEP STREQUAL headers)
-  # The installed headers are exactly those the umbrella header includes:
-  # an internal header that got installed, or a public one left out of
-  # either, shows here.
+  # The installed headers are exactly the umbrella headers (rksignal.h, at
+  # the top) and those they include: an internal header that got installed,
+  # or a public one left out of either, shows here.
   file(GLOB_RECURSE installed RELATIVE ${includes} ${prefix}/include/*.h)
-  file(STRINGS ${includes}/rksignal.h umbrella_lines REGEX "^#include \"")
-  set(umbrella rksignal.h)
-  foreach(line IN LISTS umbrella_lines)
-    string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" header "${line}")
-    list(APPEND umbrella ${header})
+  file(GLOB umbrellas RELATIVE ${includes} ${includes}/*.h)
+  set(expected ${umbrellas})
+  foreach(umbrella IN LISTS umbrellas)
+    file(STRINGS ${includes}/${umbrella} lines REGEX "^#include \"")
+    foreach(line IN LISTS lines)
+      string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" header "${line}")
+      list(APPEND expected ${header})
+    endforeach()
   endforeach()
   list(SORT installed)
-  list(SORT umbrella)
-  if(NOT installed STREQUAL umbrella)
-    message(FATAL_ERROR "installed headers:\n  ${installed}\nrksignal.h and what it includes:\n  ${umbrella}")
+  list(REMOVE_DUPLICATES expected)
+  list(SORT expected)
+  if(NOT installed STREQUAL expected)
+    message(FATAL_ERROR "installed headers:\n  ${installed}\numbrella headers and what they include:\n  ${expected}")
   endif()
   # Each one compiles on its own, warning-free, without flex.
   foreach(header IN LISTS installed)
