@@ -78,13 +78,29 @@ BaseSignal::~BaseSignal()
 
 void BaseSignal::initialiseSlot()
 {
-    slot->size = sizeof(signalSlot_t);
+    if (slot == &privateSlot) {
+        fillSlot();
+        return;
+    }
+    // A process that found the segment and waited too long for us may have
+    // set the slot up already (createSharedMemory). The slot lock orders the
+    // two set-ups; only the first one fills the slot, so a value written
+    // after it is never wiped.
+    lock();
+    if (!slotIsSetUp(*slot))
+        fillSlot();
+    unlock();
+}
+
+void BaseSignal::fillSlot()
+{
     std::memset(slot->name, 0, sizeof slot->name);
     std::memcpy(slot->name, def.signal.data(), std::min(def.signal.size(), sizeof slot->name - 1));
     slot->valid = false;
     // Fill patterns that mark a slot that was never written.
     slot->raw = 0xaaaaaaaa;
     slot->timestamp = 0x55555555;
+    markSlotSetUp(*slot);
 }
 
 std::string BaseSignal::getUnit() const { return def.unit; }

@@ -20,6 +20,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <ostream>
@@ -70,7 +71,9 @@ public:
     void decode(unsigned long payload);
     // value = raw converted by type, times scale, plus offset.
     void physical();
-    // Places the slot in shared memory; true when it now lies there.
+    // Places the slot in shared memory; true when it now lies there. Of
+    // processes building the same signal at once, exactly one creates the
+    // segment; the others return only once it has set the slot up.
     bool createSharedMemory();
 
     static BaseSignal* getInstance(const std::string& instance, SignalStorage* storage = nullptr);
@@ -117,9 +120,15 @@ public:
 private:
     // Polls the slot mutex; never blocks (the mutex is not process-shared).
     void lock();
+    // As lock, but gives up when the mutex is still busy at `deadline`.
+    bool lockBefore(std::chrono::steady_clock::time_point deadline);
     void unlock();
 
+    // Sets a new slot up: the name, valid 0 and the fill patterns.
     void initialiseSlot();
+    void fillSlot();
+    // Waits for the creator of a found segment to set its slot up.
+    bool awaitSlotSetUp();
     void releaseSharedMemory();
     void traceValue(const char* operation, bool changed);
     void traceDecode(unsigned long payload, uint64_t item) const;

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 namespace {
 
@@ -34,6 +35,50 @@ void touchKeyFile(const std::string& path)
         close(fd);
 }
 
+// A process that finds a segment waits at most this long for its creator to
+// set the slot up, and as long again for the slot lock when it then sets the
+// slot up itself. A living creator needs microseconds; the patience only
+// bounds the wait for one that died (or failed to attach) between making the
+// segment and setting it up.
+constexpr auto creatorPatience = std::chrono::milliseconds(500);
+constexpr auto creatorSpin = std::chrono::microseconds(50);
+
+// Rounds of finding and creating before giving up. A round only repeats when
+// another process removed the segment between our two calls.
+constexpr int findOrCreateRounds = 100;
+
+struct Segment {
+    int shmId;
+    bool created;
+    int error; // errno of the failed call when shmId is -1
+};
+
+// Finds the segment of `key`, or creates it when there is none. The creating
+// call is exclusive, so of several processes that all missed the segment
+// exactly one creates it; the others find it as any later process would.
+Segment findOrCreate(key_t key)
+{
+    int error = EEXIST;
+    for (int round = 0; round < findOrCreateRounds; ++round) {
+        int shmId = shmget(key, sizeof(signalSlot_t), permissions);
+        if (shmId != -1)
+            return {shmId, false, 0};
+        const int findError = errno;
+        shmId = shmget(key, sizeof(signalSlot_t), IPC_CREAT | IPC_EXCL | permissions);
+        if (shmId != -1)
+            return {shmId, true, 0};
+        error = errno;
+        if (error != EEXIST)
+            return {-1, false, error};
+        // The segment exists. Unless the finding call missed it only because
+        // it was not there yet, that call's error (size, permission) is the
+        // answer, as a second try would meet it again.
+        if (findError != ENOENT)
+            return {-1, false, findError};
+    }
+    return {-1, false, error};
+}
+
 } // namespace
 
 bool BaseSignal::createSharedMemory()
@@ -53,19 +98,15 @@ bool BaseSignal::createSharedMemory()
         return false;
     }
 
-    bool created = false;
-    shmId = shmget(key, sizeof(signalSlot_t), permissions);
+    const Segment segment = findOrCreate(key);
+    shmId = segment.shmId;
     if (shmId == -1) {
-        shmId = shmget(key, sizeof(signalSlot_t), IPC_CREAT | permissions);
-        if (shmId == -1) {
-            MessageLine::writeErrno(MessageStream::Error, errno, "BaseSignal", "createSharedMemory", def.instance,
-                                    ": shmget (", def.instance, ")");
-            return false;
-        }
-        created = true;
+        MessageLine::writeErrno(MessageStream::Error, segment.error, "BaseSignal", "createSharedMemory", def.instance,
+                                ": shmget (", def.instance, ")");
+        return false;
     }
 
-    if (created) {
+    if (segment.created) {
         // A new segment is zero-filled, which is an unlocked default mutex;
         // the default initialisation is applied to the private slot, before
         // the segment is attached.
@@ -90,6 +131,50 @@ bool BaseSignal::createSharedMemory()
         return false;
     }
     slot = static_cast<signalSlot_t*>(attached);
+    // The creator sets the slot up after this point (the constructor does);
+    // a process that found the segment must not read or write it before.
+    if (!segment.created && !awaitSlotSetUp()) {
+        // A slot that can never be locked is of no use: go on privately, as
+        // after any other failure, and leave the segment to its owner.
+        shmdt(attached);
+        slot = &privateSlot;
+        shmId = -1;
+        initSmData = true;
+        return false;
+    }
+    return true;
+}
+
+bool BaseSignal::awaitSlotSetUp()
+{
+    const auto start = std::chrono::steady_clock::now();
+    for (;;) {
+        if (slotIsSetUp(*slot))
+            return true;
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (waited >= creatorPatience)
+            break;
+        // A creator that runs is done within microseconds: poll without
+        // giving the processor away at first, since a yield on a busy machine
+        // can cost a whole time slice.
+        if (waited >= creatorSpin)
+            sched_yield();
+    }
+    // The creator is gone, failed to attach or is stalled: set the slot up
+    // here. Under the slot lock, which a creator takes for its set-up too, so
+    // that a stalled creator that comes back finds it done and leaves it (and
+    // any value written since) alone.
+    if (!lockBefore(std::chrono::steady_clock::now() + creatorPatience)) {
+        MessageLine::write(MessageStream::Error, MessageLine::Error, "BaseSignal", "createSharedMemory", def.instance,
+                           ": shmId = ", std::dec, shmId, " never set up and locked by its creator, using a private slot");
+        return false;
+    }
+    if (!slotIsSetUp(*slot)) {
+        fillSlot();
+        MessageLine::write(MessageStream::Error, MessageLine::Error, "BaseSignal", "createSharedMemory", def.instance,
+                           ": shmId = ", std::dec, shmId, " not set up by its creator in time, set up here");
+    }
+    unlock();
     return true;
 }
 
@@ -125,16 +210,24 @@ void BaseSignal::releaseSharedMemory()
 
 void BaseSignal::lock()
 {
+    lockBefore(std::chrono::steady_clock::time_point::max());
+}
+
+bool BaseSignal::lockBefore(std::chrono::steady_clock::time_point deadline)
+{
+    const bool bounded = deadline != std::chrono::steady_clock::time_point::max();
     for (;;) {
         const int result = pthread_mutex_trylock(&slot->mutex);
         if (result == 0)
-            return;
+            return true;
         if (result != EBUSY) {
             // Report and go on unlocked rather than stall the message path.
             MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "lock", "mutex trylock(", def.instance,
                                     ")");
-            return;
+            return true;
         }
+        if (bounded && std::chrono::steady_clock::now() >= deadline)
+            return false;
         if (debug)
             MessageLine::debug("BaseSignal", "lock", "mutex trylock(", def.instance, "): retrying");
         sched_yield();

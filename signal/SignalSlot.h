@@ -12,7 +12,7 @@
 #include <cstdint>
 
 struct signalSlot_t {
-    uint64_t size;          // 104 once initialised
+    uint64_t size;          // 104 once initialised; see slotIsSetUp
     char name[32];          // signal name, at most 31 characters, NUL-terminated
     bool valid;             // a value was written since creation or the last clear
     uint8_t padding[7];
@@ -28,3 +28,19 @@ static_assert(offsetof(signalSlot_t, mutex) == 48, "mutex at offset 48");
 static_assert(sizeof(pthread_mutex_t) == 40, "mutex is 40 bytes");
 static_assert(offsetof(signalSlot_t, raw) == 88, "raw at offset 88");
 static_assert(offsetof(signalSlot_t, timestamp) == 96, "timestamp at offset 96");
+
+// Whether a slot is set up, told by its size field. A new segment is
+// zero-filled, and whoever sets a slot up stores the size last, with release
+// semantics (markSlotSetUp), after every other field. A process that reads
+// the size with acquire semantics and finds it set therefore also sees the
+// name and the fill patterns, and may take the lock and use the slot; one that
+// finds 0 must not touch the slot yet.
+inline bool slotIsSetUp(const signalSlot_t& slot)
+{
+    return __atomic_load_n(&slot.size, __ATOMIC_ACQUIRE) == sizeof(signalSlot_t);
+}
+
+inline void markSlotSetUp(signalSlot_t& slot)
+{
+    __atomic_store_n(&slot.size, uint64_t(sizeof(signalSlot_t)), __ATOMIC_RELEASE);
+}

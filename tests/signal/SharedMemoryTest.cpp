@@ -5,10 +5,17 @@
 #include "support/OutputCapture.h"
 #include "support/SignalTestSupport.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <memory>
 
 namespace {
@@ -25,6 +32,15 @@ struct KeyFile {
     ~KeyFile() { removeKeyFile(instance); }
     std::string instance;
 };
+
+// The segment of `instance` as its creator makes it, zero-filled; nobody sets
+// its slot up.
+int bareSegment(const std::string& instance)
+{
+    const std::string path = "/tmp/" + instance;
+    close(open(path.c_str(), O_WRONLY | O_CREAT, 0666));
+    return shmget(ftok(path.c_str(), 102), sizeof(signalSlot_t), IPC_CREAT | IPC_EXCL | 0666);
+}
 
 struct DetachOnly {
     explicit DetachOnly(bool on) { BaseSignal::detachOnly = on; }
@@ -136,4 +152,68 @@ TEST(SharedMemory, NamesOutsideTmpFallBackToAPrivateSlot)
     }
     struct stat info;
     EXPECT_NE(stat(("/tmp/" + escaping).c_str(), &info), 0);
+}
+
+TEST(SharedMemory, CreatorThatStallsOrDiesBeforeSettingTheSlotUp)
+{
+    // A creator stalls after its "created" line, before setting the slot up,
+    // until a process that found the segment has waited for it in vain, set
+    // the slot up itself and written. Coming back, the creator leaves the
+    // slot alone.
+    KeyFile stalled(uniqueInstanceName("stalled"));
+    const pid_t finder = startChild([&] {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!segmentExists(stalled.instance))
+            if (std::chrono::steady_clock::now() > giveUp)
+                return 1;
+        BaseSignal::detachOnly = true;
+        SignalStorage childStorage;
+        OutputCapture childCapture;
+        BaseSignal late(definitionOf(stalled.instance, 16), true, &childStorage);
+        if (childCapture.out() != infoLine(stalled.instance, late.shmId, "found"))
+            return 2;
+        if (childCapture.err() != "[ERROR] BaseSignal::createSharedMemory() " + stalled.instance + ": shmId = " +
+                                      std::to_string(late.shmId) + " not set up by its creator in time, set up here\n")
+            return 3;
+        late.write(0x77, 9);
+        return 0;
+    });
+    int finderStatus = -1;
+    SignalStorage storage;
+    {
+        OutputCapture capture([&](const std::string& output) {
+            if (testing::Value(output, testing::EndsWith(" created\n")))
+                finderStatus = waitForChild(finder);
+        });
+        BaseSignal creator(definitionOf(stalled.instance, 16), true, &storage);
+        EXPECT_EQ(capture.out(), infoLine(stalled.instance, creator.shmId, "created"));
+        EXPECT_EQ(finderStatus, 0);
+        EXPECT_EQ(stateOf(creator), "valid 77 @9");
+        EXPECT_EQ(creator.slot->name, stalled.instance);
+    }
+    if (finderStatus == -1)
+        waitForChild(finder);
+
+    // A creator died holding the slot lock before setting the slot up: a
+    // process that finds the segment gives up after a while and goes on with
+    // a private slot.
+    KeyFile dead(uniqueInstanceName("dead"));
+    const int segment = bareSegment(dead.instance);
+    ASSERT_NE(segment, -1);
+    void* deadSlot = shmat(segment, nullptr, 0);
+    ASSERT_NE(deadSlot, reinterpret_cast<void*>(-1));
+    ASSERT_EQ(pthread_mutex_trylock(&static_cast<signalSlot_t*>(deadSlot)->mutex), 0);
+    shmdt(deadSlot);
+    {
+        OutputCapture capture;
+        BaseSignal found(definitionOf(dead.instance, 16), true, &storage);
+        EXPECT_EQ(capture.out(), infoLine(dead.instance, segment, "found"));
+        EXPECT_EQ(capture.err(), "[ERROR] BaseSignal::createSharedMemory() " + dead.instance + ": shmId = " +
+                                     std::to_string(segment) +
+                                     " never set up and locked by its creator, using a private slot\n");
+        EXPECT_EQ(found.slot, &found.privateSlot);
+        found.write(3, 4);
+        EXPECT_EQ(stateOf(found), "valid 3 @4 modified");
+    }
+    EXPECT_EQ(shmctl(segment, IPC_RMID, nullptr), 0); // left in place for its owner
 }

@@ -11,19 +11,27 @@
 
 int runInChild(const std::function<int()>& body)
 {
+    return waitForChild(startChild(body));
+}
+
+pid_t startChild(const std::function<int()>& body)
+{
     std::cout.flush();
     std::cerr.flush();
     const pid_t pid = fork();
-    if (pid < 0)
-        return -1;
     if (pid == 0) {
         std::ostringstream sink;
         std::cout.rdbuf(sink.rdbuf());
         std::cerr.rdbuf(sink.rdbuf());
         _exit(body());
     }
+    return pid;
+}
+
+int waitForChild(pid_t pid)
+{
     int status = 0;
-    if (waitpid(pid, &status, 0) != pid)
+    if (pid < 0 || waitpid(pid, &status, 0) != pid)
         return -1;
     if (WIFSIGNALED(status))
         return 128 + WTERMSIG(status);

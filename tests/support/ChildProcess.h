@@ -1,6 +1,8 @@
 // Helpers for tests that need a second process or shared-memory names.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 
@@ -8,6 +10,12 @@
 // when it was killed). The child leaves with _exit, skipping the test
 // framework's teardown; its std::cout and std::cerr are discarded.
 int runInChild(const std::function<int()>& body);
+
+// The two halves of runInChild, for a child that runs beside the test:
+// startChild returns the child's pid (-1 when fork failed), waitForChild its
+// status as runInChild does.
+pid_t startChild(const std::function<int()>& body);
+int waitForChild(pid_t pid);
 
 // An instance name unique to this process and call, e.g. "rktest_1234_7_speed".
 std::string uniqueInstanceName(const std::string& stem);

@@ -1,9 +1,10 @@
 #include "support/OutputCapture.h"
 
-OutputCapture::OutputCapture()
-    : savedOut_(std::cout.rdbuf(out_.rdbuf())), savedErr_(std::cerr.rdbuf(err_.rdbuf())),
-      savedOutFlags_(std::cout.flags()), savedErrFlags_(std::cerr.flags())
+OutputCapture::OutputCapture(FlushHook onOutputFlush)
+    : savedOut_(std::cout.rdbuf(&out_)), savedErr_(std::cerr.rdbuf(&err_)), savedOutFlags_(std::cout.flags()),
+      savedErrFlags_(std::cerr.flags())
 {
+    out_.onFlush = std::move(onOutputFlush);
 }
 
 OutputCapture::~OutputCapture()
@@ -20,4 +21,11 @@ void OutputCapture::reset()
     err_.str("");
     std::cout.flags(savedOutFlags_);
     std::cerr.flags(savedErrFlags_);
+}
+
+int OutputCapture::Buffer::sync()
+{
+    if (onFlush)
+        onFlush(str());
+    return 0;
 }

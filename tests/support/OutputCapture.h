@@ -2,13 +2,19 @@
 // while it is alive, so that message lines can be compared exactly.
 #pragma once
 
+#include <functional>
 #include <iostream>
 #include <sstream>
 #include <string>
 
 class OutputCapture {
 public:
-    OutputCapture();
+    // Called whenever std::cout is flushed (every message line ends so),
+    // with all that it has captured so far: lets a test act at the moment a
+    // given line is out, e.g. hold the process up there.
+    using FlushHook = std::function<void(const std::string& output)>;
+
+    explicit OutputCapture(FlushHook onOutputFlush = {});
     ~OutputCapture();
     OutputCapture(const OutputCapture&) = delete;
     OutputCapture& operator=(const OutputCapture&) = delete;
@@ -19,8 +25,16 @@ public:
     void reset();
 
 private:
-    std::ostringstream out_;
-    std::ostringstream err_;
+    class Buffer : public std::stringbuf {
+    public:
+        FlushHook onFlush;
+
+    private:
+        int sync() override;
+    };
+
+    Buffer out_;
+    Buffer err_;
     std::streambuf* savedOut_;
     std::streambuf* savedErr_;
     std::ios::fmtflags savedOutFlags_;
