@@ -9,7 +9,7 @@
 #include "FuzzInput.h"
 #include "FuzzSession.h"
 
-#include "tools/SignalSet.h"
+#include "decode/SignalSet.h"
 
 #include <string>
 #include <vector>

@@ -10,8 +10,8 @@
 #include "FuzzSession.h"
 #include "ToolSignals.h"
 
-#include "tools/LineParser.h"
-#include "tools/RecordedMessage.h"
+#include "recordings/LineParser.h"
+#include "recordings/RecordedMessage.h"
 
 #include <string_view>
 #include <vector>

@@ -2,7 +2,7 @@
 
 #include "FuzzSession.h"
 
-#include "tools/JsonDefinitions.h"
+#include "definitions/JsonDefinitions.h"
 
 #include <string>
 #include <vector>

@@ -4,7 +4,7 @@
 // write.
 #pragma once
 
-#include "tools/SignalSet.h"
+#include "decode/SignalSet.h"
 
 namespace fuzz {
 

@@ -2,7 +2,7 @@
 // becomes signals of every kind.
 #include "DefinitionFileFuzz.h"
 
-#include "tools/JsonDefinitions.h"
+#include "definitions/JsonDefinitions.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -5,7 +5,7 @@
 #include "FuzzSession.h"
 #include "ToolSignals.h"
 
-#include "tools/PcapRecording.h"
+#include "recordings/PcapRecording.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

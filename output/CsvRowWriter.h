@@ -1,0 +1,24 @@
+// CsvRowWriter: "time,instance,value,unit,description" rows, fields quoted
+// the RFC 4180 way when they hold a comma, a quote or a line end.
+#pragma once
+
+#include "output/OutputBuffer.h"
+#include "output/RowWriter.h"
+#include "output/TimeText.h"
+
+class CsvRowWriter : public RowWriter {
+public:
+    explicit CsvRowWriter(OutputBuffer& out) : out_(out) {}
+    void begin() override;
+    void signalRow(const SignalRow& row) override;
+    void triggerRow(uint64_t time, std::string_view expression) override;
+    void timeoutRow(uint64_t time, std::string_view instance) override;
+    bool finish() override { return out_.flush(); }
+
+private:
+    void field(std::string_view text);
+    void markerRow(uint64_t time, std::string_view marker, std::string_view text);
+
+    OutputBuffer& out_;
+    TimeText time_;
+};

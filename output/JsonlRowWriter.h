@@ -1,0 +1,22 @@
+// JsonlRowWriter: one JSON object per row and line.
+#pragma once
+
+#include "output/OutputBuffer.h"
+#include "output/RowWriter.h"
+#include "output/TimeText.h"
+
+class JsonlRowWriter : public RowWriter {
+public:
+    explicit JsonlRowWriter(OutputBuffer& out) : out_(out) {}
+    void signalRow(const SignalRow& row) override;
+    void triggerRow(uint64_t time, std::string_view expression) override;
+    void timeoutRow(uint64_t time, std::string_view instance) override;
+    bool finish() override { return out_.flush(); }
+
+private:
+    void string(std::string_view text);
+    void timeFields(uint64_t time);
+
+    OutputBuffer& out_;
+    TimeText time_;
+};
