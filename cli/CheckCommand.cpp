@@ -7,6 +7,8 @@
 #include <iostream>
 #include <sstream>
 
+namespace rksignal {
+
 namespace {
 
 // "ok     EXPR" and "reads A, B", or "error  EXPR" and the parser's lines
@@ -52,3 +54,5 @@ int CheckCommand::run(const CheckOptions& options)
     std::cout.flush();
     return status;
 }
+
+} // namespace rksignal

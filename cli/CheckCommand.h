@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 struct CheckOptions {
     std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
     std::vector<std::string> expressions;
@@ -17,3 +19,5 @@ public:
     // compiles, 1 one or more do not, 2 bad definitions.
     static int run(const CheckOptions& options);
 };
+
+} // namespace rksignal

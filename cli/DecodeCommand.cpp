@@ -21,6 +21,8 @@
 #include <memory>
 #include <set>
 
+namespace rksignal {
+
 namespace {
 
 struct Counts {
@@ -258,3 +260,5 @@ int DecodeCommand::run(const DecodeOptions& options)
     DecodeRun run(options);
     return run.run();
 }
+
+} // namespace rksignal

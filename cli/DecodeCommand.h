@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 struct DecodeOptions {
     std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
     std::vector<std::string> recordings;      // captures, NMEA logs, trace lines, candump logs ("-": stdin)
@@ -30,3 +32,5 @@ public:
     // definitions or expressions (nothing decoded then).
     static int run(const DecodeOptions& options);
 };
+
+} // namespace rksignal

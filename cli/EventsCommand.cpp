@@ -6,6 +6,8 @@
 #include <iostream>
 #include <iterator>
 
+namespace rksignal {
+
 namespace {
 
 constexpr int nameWidth = 15;
@@ -77,3 +79,5 @@ int EventsCommand::run(const std::string& text)
     out.flush();
     return 0;
 }
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace rksignal {
+
 class EventsCommand {
 public:
     // `text`: the description, or "-" to read it from standard input. Writes
@@ -12,3 +14,5 @@ public:
     // cannot be read.
     static int run(const std::string& text);
 };
+
+} // namespace rksignal

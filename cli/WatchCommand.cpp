@@ -19,6 +19,8 @@
 #include <iostream>
 #include <memory>
 
+namespace rksignal {
+
 namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
@@ -216,3 +218,5 @@ int WatchCommand::run(const WatchOptions& options)
     WatchRun run(options);
     return run.run();
 }
+
+} // namespace rksignal

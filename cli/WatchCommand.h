@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 struct WatchOptions {
     std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
     unsigned long intervalMs = 500;           // between refreshes
@@ -25,3 +27,5 @@ public:
     // could not be written, 2 bad definitions or nothing to watch.
     static int run(const WatchOptions& options);
 };
+
+} // namespace rksignal

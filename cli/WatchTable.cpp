@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace rksignal {
+
 namespace {
 
 const WatchTable::Row header{"instance", "value", "unit", "description", "state", "age"};
@@ -79,3 +81,5 @@ bool WatchTable::show(std::string_view heading, const std::vector<Row>& rows, si
         out_.append(clearToScreenEnd);
     return out_.flush();
 }
+
+} // namespace rksignal

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+namespace rksignal {
+
 class WatchTable {
 public:
     enum Column { Instance, Value, Unit, Description, State, Age, ColumnCount };
@@ -37,3 +39,5 @@ private:
     bool inPlace_;
     std::array<size_t, ColumnCount> widths_{};
 };
+
+} // namespace rksignal

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <iostream>
 
+using namespace rksignal;
+
 namespace {
 
 const char* const decodeFooter = R"(

@@ -4,6 +4,8 @@
 
 #include <thread>
 
+namespace rksignal {
+
 namespace {
 // A gap of more than a few decades in a recording is a broken time stamp;
 // capping it keeps the time arithmetic inside the clock's range.
@@ -32,3 +34,5 @@ void ReplayPacer::waitFor(uint64_t timestamp)
         out_->flush();
     std::this_thread::sleep_until(due);
 }
+
+} // namespace rksignal

@@ -13,6 +13,8 @@
 #include <chrono>
 #include <cstdint>
 
+namespace rksignal {
+
 class OutputBuffer;
 
 class ReplayPacer {
@@ -39,3 +41,5 @@ private:
     uint64_t firstTimestamp_ = 0;
     std::chrono::steady_clock::time_point startedAt_;
 };
+
+} // namespace rksignal

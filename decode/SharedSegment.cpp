@@ -4,6 +4,8 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
+namespace rksignal {
+
 bool SharedSegment::removed(int shmId)
 {
     struct shmid_ds status;
@@ -30,3 +32,5 @@ bool SharedSegment::removeIfOnlyEverOurs(int shmId)
         return false;
     return shmctl(shmId, IPC_RMID, nullptr) == 0;
 }
+
+} // namespace rksignal

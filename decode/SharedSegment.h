@@ -11,6 +11,8 @@
 
 #include <sys/types.h>
 
+namespace rksignal {
+
 class SharedSegment {
 public:
     // True when the segment was removed (marked for destruction) or is gone.
@@ -23,3 +25,5 @@ public:
     // segment) is left alone.
     static bool removeIfOnlyEverOurs(int shmId);
 };
+
+} // namespace rksignal

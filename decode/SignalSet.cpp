@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <iostream>
 
+namespace rksignal {
+
 namespace {
 
 constexpr unsigned long rejectedId = ~0UL;
@@ -154,3 +156,5 @@ size_t SignalSet::longestShownInstance() const
             longest = std::max(longest, entry.instance.size());
     return longest;
 }
+
+} // namespace rksignal

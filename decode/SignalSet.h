@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 class SignalSet {
 public:
     struct Entry {
@@ -76,3 +78,5 @@ private:
     unsigned long firstNumber_ = 0;
     std::vector<int32_t> byNumber_;
 };
+
+} // namespace rksignal

@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+namespace rksignal {
+
 SlotPeek::SlotPeek(BaseSignal& signal, SignalStorage& scratch) : signal_(signal), copy_(signal.def, false, &scratch)
 {
 }
@@ -40,3 +42,5 @@ SlotPeek::Outcome SlotPeek::peek(unsigned attempts, std::chrono::milliseconds pa
     copy_.physical();
     return Value;
 }
+
+} // namespace rksignal

@@ -18,6 +18,8 @@
 #include <cstdint>
 #include <string>
 
+namespace rksignal {
+
 class SlotPeek {
 public:
     enum Outcome { Value, NoValue, Locked };
@@ -50,3 +52,5 @@ private:
     BaseSignal& signal_;
     BaseSignal copy_;
 };
+
+} // namespace rksignal

@@ -3,6 +3,8 @@
 #include <iostream>
 #include <sstream>
 
+namespace rksignal {
+
 namespace {
 
 // The parser reports on standard error; the tool collects the lines to show
@@ -59,3 +61,5 @@ std::unique_ptr<ExpParser> TriggerSet::compileOne(const std::string& text, bool 
         parser.reset();
     return parser;
 }
+
+} // namespace rksignal

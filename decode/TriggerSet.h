@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 class TriggerSet {
 public:
     // Compiles every expression against `signals`. False, with the parser's
@@ -52,3 +54,5 @@ private:
     std::vector<uint8_t> dirty_;
     std::vector<uint16_t> pending_;
 };
+
+} // namespace rksignal

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 struct DbcSignal {
     std::string name;
     uint16_t startBit = 0;  // lsb (little endian) or msb (big endian), DBC bit numbering
@@ -45,3 +47,5 @@ struct DbcDatabase {
     // than 64 bits, which no signal of the library can hold).
     std::vector<std::string> warnings;
 };
+
+} // namespace rksignal

@@ -1,5 +1,7 @@
 #include "definitions/DbcDefinitions.h"
 
+namespace rksignal {
+
 namespace {
 
 signalValue_t valueType(const DbcSignal& signal)
@@ -48,3 +50,5 @@ void DbcDefinitions::append(const DbcDatabase& database, uint8_t channel, Defini
         for (const DbcSignal& signal : message.signals)
             out.can.push_back(definitionOf(message, signal, channel));
 }
+
+} // namespace rksignal

@@ -7,8 +7,12 @@
 
 #include <cstdint>
 
+namespace rksignal {
+
 class DbcDefinitions {
 public:
     // Appends one canSignalDef_t per DBC signal to `out.can`, on `channel`.
     static void append(const DbcDatabase& database, uint8_t channel, DefinitionSet& out);
 };
+
+} // namespace rksignal

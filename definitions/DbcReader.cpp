@@ -5,6 +5,8 @@
 
 #include <set>
 
+namespace rksignal {
+
 namespace {
 
 // Thrown inside the reader only, to leave a statement at the first problem.
@@ -418,3 +420,5 @@ bool DbcReader::readFile(const std::string& path, DbcDatabase& database, std::st
     std::string text;
     return TextFile::read(path, text, error) && parse(text, path, database, error);
 }
+
+} // namespace rksignal

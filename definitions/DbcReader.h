@@ -10,6 +10,8 @@
 
 #include <string>
 
+namespace rksignal {
+
 class DbcReader {
 public:
     // Parses `text`; on failure returns false and sets `error` to
@@ -18,3 +20,5 @@ public:
                       std::string& error);
     static bool readFile(const std::string& path, DbcDatabase& database, std::string& error);
 };
+
+} // namespace rksignal

@@ -6,6 +6,8 @@
 
 #include <iostream>
 
+namespace rksignal {
+
 namespace {
 
 bool endsWith(const std::string& text, const std::string& suffix)
@@ -73,3 +75,5 @@ bool DefinitionFiles::readAndReport(const std::vector<std::string>& files, Defin
         std::cerr << "rksignal: warning: " << warning << std::endl;
     return true;
 }
+
+} // namespace rksignal

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 class DefinitionFiles {
 public:
     // False, with "<file>:<line>: <what>" or "<file>: <path>: <what>" in
@@ -20,3 +22,5 @@ public:
     // goes to standard error as an "rksignal: " line.
     static bool readAndReport(const std::vector<std::string>& files, DefinitionSet& out);
 };
+
+} // namespace rksignal

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace rksignal {
+
 namespace {
 
 template <class T>
@@ -53,3 +55,5 @@ void DefinitionSet::retainInstances(const std::function<bool(const std::string& 
     retain(loggerStatus, keep);
     retain(gps, keep);
 }
+
+} // namespace rksignal

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 struct DefinitionSet {
     std::vector<canSignalDef_t> can;
     std::vector<linSignalDef_t> lin;
@@ -30,3 +32,5 @@ struct DefinitionSet {
     // Drops the records whose instance name `keep` refuses.
     void retainInstances(const std::function<bool(const std::string& instance)>& keep);
 };
+
+} // namespace rksignal

@@ -11,6 +11,8 @@
 #include <set>
 #include <utility>
 
+namespace rksignal {
+
 namespace {
 
 using json = nlohmann::json;
@@ -579,3 +581,5 @@ bool JsonDefinitions::readFile(const std::string& path, DefinitionSet& out, std:
     std::string text;
     return TextFile::read(path, text, error) && parse(text, path, out, error);
 }
+
+} // namespace rksignal

@@ -16,6 +16,8 @@
 
 #include <string>
 
+namespace rksignal {
+
 class JsonDefinitions {
 public:
     // Parses `text` and appends its records to `out`. On failure returns
@@ -26,3 +28,5 @@ public:
     // As parse, with the contents of the file at `path`, named by `path`.
     static bool readFile(const std::string& path, DefinitionSet& out, std::string& error);
 };
+
+} // namespace rksignal

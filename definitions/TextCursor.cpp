@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstdlib>
 
+namespace rksignal {
+
 namespace {
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
@@ -157,3 +159,5 @@ bool TextCursor::scanHexBytes(std::string_view text, uint8_t* out, size_t limit,
     length = count;
     return true;
 }
+
+} // namespace rksignal

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace rksignal {
+
 class TextCursor {
 public:
     explicit TextCursor(std::string_view text) : text_(text) {}
@@ -96,3 +98,5 @@ private:
     std::string_view text_;
     size_t pos_ = 0;
 };
+
+} // namespace rksignal

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <sstream>
 
+namespace rksignal {
+
 bool TextFile::read(const std::string& path, std::string& text, std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
@@ -15,3 +17,5 @@ bool TextFile::read(const std::string& path, std::string& text, std::string& err
     text = contents.str();
     return true;
 }
+
+} // namespace rksignal

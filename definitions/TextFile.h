@@ -3,8 +3,12 @@
 
 #include <string>
 
+namespace rksignal {
+
 class TextFile {
 public:
     // False, with "<path>: cannot open the file" in `error`, when it cannot.
     static bool read(const std::string& path, std::string& text, std::string& error);
 };
+
+} // namespace rksignal

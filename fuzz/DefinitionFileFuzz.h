@@ -16,6 +16,8 @@
 
 namespace fuzz {
 
+using namespace rksignal;
+
 // Keeps the first `count` records of every kind: building thousands of
 // signals per input would only slow the fuzzer down.
 void keepFirst(DefinitionSet& set, size_t count);

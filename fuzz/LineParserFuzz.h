@@ -18,6 +18,8 @@
 
 namespace fuzz {
 
+using namespace rksignal;
+
 inline void parseLines(LineParser& parser, std::string_view text, SignalStorage& storage)
 {
     RecordedMessage message;

@@ -8,6 +8,8 @@
 
 namespace fuzz {
 
+using namespace rksignal;
+
 // The signals: CAN (classic, FD, multiplexed) on channel 1, LIN, FlexRay,
 // digital, analog, keyboard, logger status and GPS.
 SignalSet& toolSignals();

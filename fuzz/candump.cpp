@@ -4,6 +4,8 @@
 
 #include "recordings/CandumpReader.h"
 
+using namespace rksignal;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     return fuzz::fuzzLines<CandumpReader>(data, size);

@@ -5,6 +5,8 @@
 #include "definitions/DbcDefinitions.h"
 #include "definitions/DbcReader.h"
 
+using namespace rksignal;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     return fuzz::fuzzDefinitions(data, size, "fuzz.dbc", [](const std::string& text, DefinitionSet& set,

@@ -4,6 +4,8 @@
 
 #include "definitions/JsonDefinitions.h"
 
+using namespace rksignal;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     return fuzz::fuzzDefinitions(data, size, "fuzz.json",

@@ -4,6 +4,8 @@
 
 #include "recordings/NmeaReader.h"
 
+using namespace rksignal;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     return fuzz::fuzzLines<NmeaReader>(data, size);

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+using namespace rksignal;
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     SignalSet& signals = fuzz::toolSignals();

@@ -1,5 +1,7 @@
 #include "output/CsvRowWriter.h"
 
+namespace rksignal {
+
 void CsvRowWriter::begin() { out_.append("time,instance,value,unit,description\n"); }
 
 void CsvRowWriter::field(std::string_view text)
@@ -44,3 +46,5 @@ void CsvRowWriter::markerRow(uint64_t time, std::string_view marker, std::string
 void CsvRowWriter::triggerRow(uint64_t time, std::string_view expression) { markerRow(time, "TRIGGER", expression); }
 
 void CsvRowWriter::timeoutRow(uint64_t time, std::string_view instance) { markerRow(time, "TIMEOUT", instance); }
+
+} // namespace rksignal

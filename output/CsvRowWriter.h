@@ -6,6 +6,8 @@
 #include "output/RowWriter.h"
 #include "output/TimeText.h"
 
+namespace rksignal {
+
 class CsvRowWriter : public RowWriter {
 public:
     explicit CsvRowWriter(OutputBuffer& out) : out_(out) {}
@@ -22,3 +24,5 @@ private:
     OutputBuffer& out_;
     TimeText time_;
 };
+
+} // namespace rksignal

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace rksignal {
+
 void JsonlRowWriter::string(std::string_view text)
 {
     static const char hex[] = "0123456789abcdef";
@@ -61,3 +63,5 @@ void JsonlRowWriter::timeoutRow(uint64_t time, std::string_view instance)
     string(instance);
     out_.append("}\n");
 }
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 #include "output/RowWriter.h"
 #include "output/TimeText.h"
 
+namespace rksignal {
+
 class JsonlRowWriter : public RowWriter {
 public:
     explicit JsonlRowWriter(OutputBuffer& out) : out_(out) {}
@@ -20,3 +22,5 @@ private:
     OutputBuffer& out_;
     TimeText time_;
 };
+
+} // namespace rksignal

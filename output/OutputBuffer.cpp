@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cstring>
 
+namespace rksignal {
+
 OutputBuffer::OutputBuffer(int fd, size_t capacity) : fd_(fd), buffer_(capacity < 256 ? 256 : capacity) {}
 
 OutputBuffer::~OutputBuffer() { flush(); }
@@ -65,3 +67,5 @@ bool OutputBuffer::flush()
     used_ = 0;
     return !failed_;
 }
+
+} // namespace rksignal

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace rksignal {
+
 class OutputBuffer {
 public:
     explicit OutputBuffer(int fd, size_t capacity = 1 << 16);
@@ -32,3 +34,5 @@ private:
     size_t used_ = 0;
     bool failed_ = false;
 };
+
+} // namespace rksignal

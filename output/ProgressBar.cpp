@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+namespace rksignal {
+
 ProgressBar::ProgressBar(const std::string& label, uint64_t totalBytes, uint64_t threshold)
     : label_(label), total_(totalBytes), active_(totalBytes > threshold && isatty(STDERR_FILENO))
 {
@@ -30,3 +32,5 @@ void ProgressBar::redraw(uint64_t bytesDone)
                  "########################################", int(share * 100 + 0.5));
     std::fflush(stderr);
 }
+
+} // namespace rksignal

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+namespace rksignal {
+
 class ProgressBar {
 public:
     // Shown only when standard error is a terminal and `totalBytes` exceeds
@@ -30,3 +32,5 @@ private:
     uint64_t calls_ = 0;
     std::chrono::steady_clock::time_point lastDraw_;
 };
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace rksignal {
+
 struct SignalRow {
     uint64_t time;
     std::string_view instance;
@@ -24,3 +26,5 @@ public:
     virtual void timeoutRow(uint64_t time, std::string_view instance) = 0;
     virtual bool finish() = 0;
 };
+
+} // namespace rksignal

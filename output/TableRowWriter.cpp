@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+namespace rksignal {
+
 namespace {
 constexpr size_t valueWidth = 14;
 }
@@ -63,3 +65,5 @@ void TableRowWriter::timeoutRow(uint64_t time, std::string_view instance)
     out_.append(instance);
     out_.append('\n');
 }
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 #include "output/RowWriter.h"
 #include "output/TimeText.h"
 
+namespace rksignal {
+
 class TableRowWriter : public RowWriter {
 public:
     // `instanceWidth`: the longest instance name, so that columns line up.
@@ -22,3 +24,5 @@ private:
     size_t instanceWidth_;
     TimeText time_;
 };
+
+} // namespace rksignal

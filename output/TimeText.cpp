@@ -5,6 +5,8 @@
 #include <cstring>
 #include <sstream>
 
+namespace rksignal {
+
 std::string_view TimeText::format(uint64_t microseconds)
 {
     const uint64_t second = microseconds / 1000000u;
@@ -26,3 +28,5 @@ std::string_view TimeText::format(uint64_t microseconds)
     }
     return std::string_view(text_, secondsLength_ + 7);
 }
+
+} // namespace rksignal

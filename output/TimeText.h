@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace rksignal {
+
 class TimeText {
 public:
     // The text of `microseconds`; valid until the next call.
@@ -16,3 +18,5 @@ private:
     char text_[48] = {};
     size_t secondsLength_ = 0;
 };
+
+} // namespace rksignal

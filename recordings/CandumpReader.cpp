@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+namespace rksignal {
+
 namespace {
 
 constexpr uint32_t errorFrameFlag = 0x20000000u;
@@ -155,3 +157,5 @@ LineParser::Result CandumpReader::parseLine(std::string_view line, RecordedMessa
     }
     return LineParser::Bad;
 }
+
+} // namespace rksignal

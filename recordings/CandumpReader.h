@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+namespace rksignal {
+
 class CandumpReader : public LineParser {
 public:
     enum Result { Frame, Skipped, Bad };
@@ -38,3 +40,5 @@ private:
     std::vector<std::pair<std::string, uint8_t>> interfaces_;
     std::vector<bool> used_ = std::vector<bool>(256, false);
 };
+
+} // namespace rksignal

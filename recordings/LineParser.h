@@ -8,6 +8,8 @@
 
 #include <string_view>
 
+namespace rksignal {
+
 class LineParser {
 public:
     enum Result { Message, Skipped, Bad };
@@ -24,3 +26,5 @@ public:
         return false;
     }
 };
+
+} // namespace rksignal

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+namespace rksignal {
+
 namespace {
 constexpr size_t blockSize = 1 << 20;
 }
@@ -74,3 +76,5 @@ bool LineReader::next(std::string_view& line)
             return false;
     }
 }
+
+} // namespace rksignal

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+namespace rksignal {
+
 class LineReader {
 public:
     // "-" reads standard input.
@@ -37,3 +39,5 @@ private:
     uint64_t consumed_ = 0;
     uint64_t fileSize_ = 0;
 };
+
+} // namespace rksignal

@@ -1,5 +1,7 @@
 #include "recordings/LineRecording.h"
 
+namespace rksignal {
+
 LineRecording::LineRecording(const std::string& path, LineParser& parser, RecordingReport& report)
     : path_(path), reader_(path), parser_(parser), report_(report)
 {
@@ -29,3 +31,5 @@ bool LineRecording::next()
     }
     return parser_.finish(message_);
 }
+
+} // namespace rksignal

@@ -13,6 +13,8 @@
 #include <memory>
 #include <string>
 
+namespace rksignal {
+
 class LineRecording : public RecordingReader {
 public:
     // `parser` must outlive the recording; several recordings of one format
@@ -36,3 +38,5 @@ private:
     RecordingReport& report_;
     RecordedMessage message_;
 };
+
+} // namespace rksignal

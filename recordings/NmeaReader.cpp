@@ -3,6 +3,8 @@
 #include "definitions/TextCursor.h"
 #include "trace/NmeaSentence.h"
 
+namespace rksignal {
+
 namespace {
 
 constexpr uint64_t microsPerDay = 86400ull * 1000000u;
@@ -166,3 +168,5 @@ bool NmeaReader::finish(RecordedMessage& message)
     emit(message);
     return true;
 }
+
+} // namespace rksignal

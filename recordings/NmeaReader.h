@@ -21,6 +21,8 @@
 #include <cstdint>
 #include <string>
 
+namespace rksignal {
+
 class NmeaReader : public LineParser {
 public:
     Result parseLine(std::string_view line, RecordedMessage& message, const char*& reason) override;
@@ -49,3 +51,5 @@ private:
     int64_t day_ = -1;        // the day of the last fix that had a date; -1 none yet
     uint64_t lastTimestamp_ = 0;
 };
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+namespace rksignal {
+
 namespace {
 
 // Record header of a packet in a pcap file, for the progress display.
@@ -239,3 +241,5 @@ PcapRecording::Result PcapRecording::lin(const unsigned char* data, uint32_t len
     lin.channel = channel_;
     return Message;
 }
+
+} // namespace rksignal

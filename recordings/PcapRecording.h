@@ -27,6 +27,8 @@
 struct pcap;
 struct pcap_pkthdr;
 
+namespace rksignal {
+
 class PcapRecording : public RecordingReader {
 public:
     enum LinkType : int { Ethernet = 1, FlexRay = 210, Lin = 212, SocketCan = 227 };
@@ -77,3 +79,5 @@ private:
     uint64_t fileSize_ = 0;
     RecordedMessage message_;
 };
+
+} // namespace rksignal

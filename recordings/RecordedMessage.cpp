@@ -7,6 +7,8 @@
 #include "input/GPSSignal.h"
 #include "input/InputSignal.h"
 
+namespace rksignal {
+
 uint64_t RecordedMessage::timestamp() const
 {
     switch (kind) {
@@ -62,3 +64,5 @@ bool RecordedMessage::decode(std::vector<unsigned long>& ids, SignalStorage& sto
     ids.clear();
     return false;
 }
+
+} // namespace rksignal

@@ -22,6 +22,8 @@
 #include <cstdint>
 #include <vector>
 
+namespace rksignal {
+
 class RecordedMessage {
 public:
     enum Kind : uint8_t { Can, Lin, FlexRay, Ethernet, Gps, Gpio, Analog, Keyboard, System, SystemUsage };
@@ -49,3 +51,5 @@ public:
     // 0); `ids` gets the identifiers written. True when there are any.
     bool decode(std::vector<unsigned long>& ids, SignalStorage& storage) const;
 };
+
+} // namespace rksignal

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace rksignal {
+
 namespace {
 
 constexpr uint8_t defaultCaptureChannel = 1;
@@ -102,3 +104,5 @@ std::unique_ptr<RecordingReader> RecordingFiles::open(const std::string& path, s
     }
     return lines;
 }
+
+} // namespace rksignal

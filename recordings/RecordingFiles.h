@@ -24,6 +24,8 @@
 #include <string>
 #include <vector>
 
+namespace rksignal {
+
 class RecordingFiles {
 public:
     enum Format { Candump, Capture, Nmea, TraceLines };
@@ -49,3 +51,5 @@ private:
     std::map<std::string, uint8_t> captureChannels_;
     std::vector<bool> staticSlots_;
 };
+
+} // namespace rksignal

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace rksignal {
+
 RecordingMerge::RecordingMerge(std::vector<std::unique_ptr<RecordingReader>> recordings)
     : recordings_(std::move(recordings))
 {
@@ -41,3 +43,5 @@ uint64_t RecordingMerge::fileSize() const
         bytes += recording->fileSize();
     return bytes;
 }
+
+} // namespace rksignal

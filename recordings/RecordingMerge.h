@@ -12,6 +12,8 @@
 #include <memory>
 #include <vector>
 
+namespace rksignal {
+
 class RecordingMerge : public RecordingReader {
 public:
     explicit RecordingMerge(std::vector<std::unique_ptr<RecordingReader>> recordings);
@@ -28,3 +30,5 @@ private:
     RecordingReader* current_ = nullptr;
     bool started_ = false;
 };
+
+} // namespace rksignal

@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+namespace rksignal {
+
 class RecordingReader {
 public:
     virtual ~RecordingReader() = default;
@@ -21,3 +23,5 @@ public:
     virtual uint64_t bytesConsumed() const = 0;
     virtual uint64_t fileSize() const = 0;
 };
+
+} // namespace rksignal

@@ -2,6 +2,8 @@
 
 #include <iostream>
 
+namespace rksignal {
+
 void RecordingReport::badLine(const std::string& path, uint64_t lineNumber, std::string_view line,
                               const char* reason)
 {
@@ -31,3 +33,5 @@ void RecordingReport::error(const std::string& path, const std::string& text)
     failed_ = true;
     std::cerr << "rksignal: " << path << ": " << text << std::endl;
 }
+
+} // namespace rksignal

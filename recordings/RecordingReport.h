@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+namespace rksignal {
+
 class RecordingReport {
 public:
     static constexpr uint64_t maxReported = 10;
@@ -36,3 +38,5 @@ private:
     uint64_t reported_ = 0;
     bool failed_ = false;
 };
+
+} // namespace rksignal

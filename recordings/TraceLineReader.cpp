@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstdint>
 
+namespace rksignal {
+
 namespace {
 
 constexpr size_t maxLinBytes = 8;
@@ -244,3 +246,5 @@ bool TraceLineReader::usage(TextCursor& cursor, RecordedMessage& message, const 
         return fail(reason, "expected three usage values 0..255 (internal, external, second external)");
     return true;
 }
+
+} // namespace rksignal

@@ -13,6 +13,8 @@
 #include "definitions/TextCursor.h"
 #include "recordings/LineParser.h"
 
+namespace rksignal {
+
 class TraceLineReader : public LineParser {
 public:
     Result parseLine(std::string_view line, RecordedMessage& message, const char*& reason) override;
@@ -28,3 +30,5 @@ private:
     static bool system(TextCursor& cursor, RecordedMessage& message, const char*& reason);
     static bool usage(TextCursor& cursor, RecordedMessage& message, const char*& reason);
 };
+
+} // namespace rksignal

@@ -5,6 +5,8 @@
 
 #include <tuple>
 
+using namespace rksignal;
+
 namespace {
 
 // What the example DBC (its decode is compared with an expected output) and

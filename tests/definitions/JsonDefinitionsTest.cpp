@@ -10,6 +10,8 @@
 
 #include <tuple>
 
+using namespace rksignal;
+
 namespace {
 
 DefinitionSet parsed(const std::string& text)

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <unistd.h>
 
+using namespace rksignal;
+
 namespace {
 
 // Runs `write` against a buffer on a temporary file and returns the text.

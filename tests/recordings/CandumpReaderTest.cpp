@@ -8,6 +8,8 @@
 #include <string>
 #include <tuple>
 
+using namespace rksignal;
+
 TEST(CandumpReader, ClassicFdExtendedSkippedAndBadLines)
 {
     CandumpReader reader;

@@ -8,6 +8,8 @@
 
 #include <fstream>
 
+using namespace rksignal;
+
 namespace {
 
 const std::string rmc1 = "$GPRMC,123519.50,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*41";

@@ -10,6 +10,8 @@
 
 #include <tuple>
 
+using namespace rksignal;
+
 namespace {
 
 using Bytes = std::vector<uint8_t>;

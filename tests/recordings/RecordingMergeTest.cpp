@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace rksignal;
+
 namespace {
 
 // A recording of CAN frames at given times; the identifier names the frame.

@@ -7,6 +7,8 @@
 
 #include <utility>
 
+using namespace rksignal;
+
 namespace {
 
 RecordedMessage parsed(TraceLineReader& reader, const char* line)
