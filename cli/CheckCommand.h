@@ -3,6 +3,8 @@
 // or why it does not compile.
 #pragma once
 
+#include "cli/Command.h"
+
 #include <string>
 #include <vector>
 
@@ -13,11 +15,15 @@ struct CheckOptions {
     std::vector<std::string> expressions;
 };
 
-class CheckCommand {
+class CheckCommand : public Command {
 public:
+    CLI::App& add(CLI::App& app) override;
     // Writes the report to standard output. Exit status: 0 every expression
     // compiles, 1 one or more do not, 2 bad definitions.
-    static int run(const CheckOptions& options);
+    int run() override;
+
+private:
+    CheckOptions options_;
 };
 
 } // namespace rksignal

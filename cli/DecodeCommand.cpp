@@ -1,264 +1,198 @@
 #include "cli/DecodeCommand.h"
 
-#include "decode/ReplayPacer.h"
-#include "decode/SignalSet.h"
-#include "decode/TriggerSet.h"
-#include "definitions/DefinitionFiles.h"
-#include "output/CsvRowWriter.h"
-#include "output/JsonlRowWriter.h"
-#include "output/OutputBuffer.h"
+#include "cli/CommandOptions.h"
+#include "cli/ToolMessages.h"
+#include "decode/Decoder.h"
+#include "output/OutputFormats.h"
 #include "output/ProgressBar.h"
-#include "output/TableRowWriter.h"
-#include "recordings/RecordingFiles.h"
-#include "recordings/RecordingMerge.h"
-#include "recordings/RecordingReport.h"
 
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
-#include <memory>
-#include <set>
 
 namespace rksignal {
 
 namespace {
 
-struct Counts {
-    uint64_t frames = 0;
-    uint64_t framesWithSignals = 0;
-    uint64_t writes = 0;
-    uint64_t triggersFired = 0;
-};
+const char* const footer = R"(
+Examples:
+  rksignal decode --defs examples/vehicle.dbc examples/drive.log
+  rksignal decode --defs vehicle.dbc --format csv --signals 'Doors.*' drive.log > doors.csv
+  rksignal decode --defs vehicle.dbc --trigger 'VehicleDynamics.VehicleSpeed > 50' --edge drive.log
+  candump -L can0 | rksignal decode --defs vehicle.dbc --channel can0=1 -
+  rksignal decode --defs examples/definitions.json --defs examples/ethernet.json \
+      examples/drive.pcap examples/drive.nmea examples/drive.trace
 
-// "NAME=N"; the last '=' separates, as a capture's file name may hold one.
-bool parseChannelMap(const std::string& text, std::string& interface, uint8_t& channel)
-{
-    const size_t equals = text.rfind('=');
-    if (equals == std::string::npos || equals == 0 || equals + 1 >= text.size())
-        return false;
-    const std::string number = text.substr(equals + 1);
-    if (number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos || std::stoul(number) > 255)
-        return false;
-    interface = text.substr(0, equals);
-    channel = uint8_t(std::stoul(number));
-    return true;
-}
+Definitions: a .dbc file holds CAN frames; its signals become CAN signals named
+"Message.Signal" on channel 1, or on channel N when written FILE.dbc@N. A .json
+file holds definitions of every kind (see docs/definitions.md).
 
-double replaySpeed(const DecodeOptions& options)
-{
-    if (options.speed > 0)
-        return options.speed;
-    return options.realtime ? 1.0 : 0.0;
-}
+Recordings, recognised by content or name, several merged in time order:
+  pcap/pcapng captures (libpcap) of Ethernet, SocketCAN (CAN, CAN FD), FlexRay
+    and LIN; channel 1, or N with --channel FILE=N
+  FILE.nmea  NMEA log, one sentence a line, optionally "(sec.usec) " before it
+  FILE.trace trace lines of LIN, FlexRay, GPIO, analog, key and system
+    messages (docs/trace-lines.md)
+  anything else: candump log ("candump -l": "(sec.usec) iface ID#DATA", CAN FD
+    as "ID##FLAGSDATA"); - reads standard input
+Remote, error and null frames are skipped; bad lines and packets are counted
+and the first 10 reported.
 
-// One run of the command: the signals, triggers and output, and the loop
-// over the messages of the recordings, merged in time-stamp order.
-class DecodeRun {
-public:
-    explicit DecodeRun(const DecodeOptions& options)
-        : options_(options), signals_(options.sharedMemory), out_(STDOUT_FILENO, 1 << 18),
-          pacer_(replaySpeed(options), &out_), files_(report_)
-    {
-        // A writer removes its segments when it ends, unless asked to leave
-        // the last values for readers that come later.
-        BaseSignal::detachOnly = options.keepSegments;
-    }
+Rows: time, instance, physical value, unit and value description of every
+signal whose value changed (with --all: of every write); TRIGGER rows when a
+trigger fires, at the latest time of its signals; TIMEOUT rows with --timeout.
+A summary goes to standard error.
 
-    int run()
-    {
-        if (!prepare())
-            return 2;
-        std::unique_ptr<RecordingReader> recordings = openRecordings();
-        if (writer_)
-            writer_->begin();
-        const auto started = std::chrono::steady_clock::now();
-        if (recordings)
-            decodeAll(*recordings);
-        if (writer_ && !writer_->finish())
-            std::cerr << "rksignal: writing the output failed" << std::endl;
-        summary(std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
-        return report_.failed() ? 1 : 0;
-    }
+Exit status: 0 done, 1 a recording could not be read, 2 bad options,
+definitions or expressions.)";
 
-private:
-    bool prepare()
-    {
-        ids_.reserve(256);
-        for (const std::string& map : options_.channelMaps) {
-            std::string interface;
-            uint8_t channel = 0;
-            if (!parseChannelMap(map, interface, channel)) {
-                std::cerr << "rksignal: --channel " << map << ": expected IFACE=N with N from 0 to 255" << std::endl;
-                return false;
-            }
-            files_.mapChannel(interface, channel, options_.recordings);
-        }
-        DefinitionSet definitions;
-        std::vector<std::string> problems;
-        std::string error;
-        if (!DefinitionFiles::read(options_.definitionFiles, definitions, problems, error)) {
-            std::cerr << "rksignal: " << error << std::endl;
-            return false;
-        }
-        files_.useFlexRaySegments(definitions);
-        signals_.build(definitions, problems);
-        for (const std::string& problem : problems)
-            std::cerr << "rksignal: warning: " << problem << std::endl;
-        signals_.select(options_.signalPatterns);
-        if (!triggers_.compile(options_.triggers, options_.edge, signals_, error)) {
-            std::cerr << "rksignal: " << error;
-            return false;
-        }
-        return chooseWriter();
-    }
-
-    bool chooseWriter()
-    {
-        std::string format = options_.format;
-        if (format.empty())
-            format = isatty(STDOUT_FILENO) ? "table" : "csv";
-        if (format == "table")
-            writer_ = std::make_unique<TableRowWriter>(out_, std::max<size_t>(signals_.longestShownInstance(), 8));
-        else if (format == "csv")
-            writer_ = std::make_unique<CsvRowWriter>(out_);
-        else if (format == "jsonl")
-            writer_ = std::make_unique<JsonlRowWriter>(out_);
-        else if (format != "none") {
-            std::cerr << "rksignal: --format " << format << ": expected table, csv, jsonl or none" << std::endl;
-            return false;
-        }
-        return true;
-    }
-
-    // One reader over all recordings: the recording itself when there is
-    // one, their time-ordered merge when there are several. Null when none
-    // could be opened.
-    std::unique_ptr<RecordingReader> openRecordings()
-    {
-        std::vector<std::unique_ptr<RecordingReader>> readers;
-        for (const std::string& path : options_.recordings) {
-            std::string error;
-            if (auto reader = files_.open(path, error))
-                readers.push_back(std::move(reader));
-            else
-                report_.error(path, error);
-        }
-        if (readers.size() == 1)
-            return std::move(readers.front());
-        if (readers.empty())
-            return nullptr;
-        return std::make_unique<RecordingMerge>(std::move(readers));
-    }
-
-    void decodeAll(RecordingReader& recordings)
-    {
-        const std::string label = options_.recordings.size() == 1
-                                      ? options_.recordings.front()
-                                      : std::to_string(options_.recordings.size()) + " recordings";
-        ProgressBar progress(label, recordings.fileSize());
-        while (recordings.next()) {
-            progress.update([&recordings] { return recordings.bytesConsumed(); });
-            decode(recordings.message());
-        }
-    }
-
-    // Every kind of message takes this one path: its decoder, then the rows
-    // of the signals written, the triggers that read them and the time-outs.
-    void decode(const RecordedMessage& message)
-    {
-        pacer_.pace(message.timestamp());
-        ++counts_.frames;
-        if (!message.decode(ids_, signals_.storage()))
-            return;
-        ++counts_.framesWithSignals;
-        counts_.writes += ids_.size();
-        for (unsigned long id : ids_) {
-            SignalSet::Entry* entry = signals_.find(id);
-            if (entry == nullptr)
-                continue;
-            if (writer_ && entry->shown && (options_.allWrites || entry->signal->isModified()))
-                writeRow(*entry);
-            triggers_.touch(*entry);
-            if (options_.timeoutMs)
-                stale_.erase(id);
-        }
-        triggers_.evaluate([this](size_t index) {
-            ++counts_.triggersFired;
-            if (writer_)
-                writer_->triggerRow(triggers_.parser(index).getLastestTime(), triggers_.expression(index));
-        });
-        if (options_.timeoutMs && message.timestamp() >= nextTimeoutCheck_)
-            checkTimeouts(message.timestamp());
-    }
-
-    void writeRow(SignalSet::Entry& entry)
-    {
-        double value = 0;
-        unsigned long timestamp = 0;
-        entry.signal->read(value, timestamp);
-        std::string description;
-        if (entry.describes)
-            description = entry.signal->getValueDescription(entry.signal->slot->raw);
-        writer_->signalRow({timestamp, entry.instance, value, entry.unit, description});
-    }
-
-    // Signals whose newest value is older than the time-out, each reported
-    // once until it is written again.
-    void checkTimeouts(uint64_t now)
-    {
-        const uint64_t timeout = options_.timeoutMs * 1000u;
-        nextTimeoutCheck_ = now + std::max<uint64_t>(timeout / 4, 1000);
-        if (now < timeout)
-            return;
-        BaseSignal::checkTimeout(now - timeout, staleIds_, &signals_.storage());
-        for (unsigned long id : staleIds_) {
-            if (!stale_.insert(id).second)
-                continue;
-            const SignalSet::Entry* entry = signals_.find(id);
-            if (writer_ && entry && entry->shown)
-                writer_->timeoutRow(now, entry->instance);
-        }
-    }
-
-    void summary(double seconds) const
-    {
-        char packets[64] = "";
-        if (report_.badPackets())
-            std::snprintf(packets, sizeof packets, ", %llu bad packets", (unsigned long long)report_.badPackets());
-        char text[512];
-        std::snprintf(text, sizeof text,
-                      "rksignal: %llu frames read, %llu with signals, %llu signal writes, %llu triggers fired, "
-                      "%llu bad lines%s; %.3f s, %.0f frames/s\n",
-                      (unsigned long long)counts_.frames, (unsigned long long)counts_.framesWithSignals,
-                      (unsigned long long)counts_.writes, (unsigned long long)counts_.triggersFired,
-                      (unsigned long long)report_.badLines(), packets, seconds,
-                      seconds > 0 ? double(counts_.frames) / seconds : 0.0);
-        std::cerr << text;
-    }
-
-    const DecodeOptions& options_;
-    SignalSet signals_;
-    TriggerSet triggers_; // after the signals: destroyed before them
-    OutputBuffer out_;
-    std::unique_ptr<RowWriter> writer_;
-    ReplayPacer pacer_;
-    RecordingReport report_;
-    RecordingFiles files_; // after the report it writes to
-    std::vector<unsigned long> ids_;
-    std::vector<unsigned long> staleIds_;
-    std::set<unsigned long> stale_;
-    uint64_t nextTimeoutCheck_ = 0;
-    Counts counts_;
-};
+const char* const liveFooter = R"(
+Live replay: with --shm every signal keeps its value in a shared-memory
+segment keyed by its instance name (key file /tmp/INSTANCE), where another
+process, e.g. 'rksignal watch' on the same definitions, follows it:
+  rksignal decode --defs vehicle.dbc --shm --realtime --format none drive.log &
+  rksignal watch --defs vehicle.dbc --signals 'VehicleDynamics.*'
+decode removes its segments when it ends, as a writer does; --keep leaves
+them with the last values (a later 'decode --shm' of the same definitions
+takes them over and removes them at its end).)";
 
 } // namespace
 
-int DecodeCommand::run(const DecodeOptions& options)
+CLI::App& DecodeCommand::add(CLI::App& app)
 {
-    DecodeRun run(options);
-    return run.run();
+    CLI::App* decode = app.add_subcommand("decode", "Decode recordings into signal values and trigger events");
+    decode->footer(footer);
+    CommandOptions::repeatable(*decode, "--defs", definitionFiles_,
+                               "Definition file: FILE.dbc[@CHANNEL] or FILE.json (repeatable)", "FILE")
+        ->required();
+    decode->add_option("recordings", options_.recordings,
+                       "Recordings: captures, .nmea, .trace or candump logs; - for standard input")
+        ->required()
+        ->type_name("RECORDING");
+    CommandOptions::repeatable(*decode, "--channel", options_.channelMaps,
+                               "Channel of a candump interface, e.g. can0=1 (default: order of first appearance, "
+                               "from 1), or of a capture file, e.g. front.pcapng=2 (default 1); repeatable",
+                               "NAME=N");
+    decode->add_option("--format", format_, "Output format (default: table on a terminal, csv otherwise)")
+        ->check(CLI::IsMember(OutputFormats::names()));
+    decode->add_flag("--all", options_.allWrites, "A row for every write, not only for changed values");
+    CommandOptions::repeatable(*decode, "--signals", options_.signalPatterns,
+                               "Only rows of instances matching the glob, e.g. 'Engine*' (repeatable)", "PATTERN");
+    CommandOptions::repeatable(*decode, "--trigger", options_.triggers,
+                               "Trigger expression over instance names, e.g. 'Doors.DoorFL == 1 && "
+                               "VehicleDynamics.VehicleSpeed > 5' (repeatable)",
+                               "EXPR");
+    decode->add_flag("--edge", options_.edge, "Triggers fire on a rising edge instead of while true");
+    decode->add_option("--timeout", options_.timeoutMs,
+                       "Report signals without a new value for MS milliseconds of recording time")
+        ->type_name("MS")
+        ->check(CLI::PositiveNumber);
+    addLiveOptions(*decode);
+    return *decode;
+}
+
+void DecodeCommand::addLiveOptions(CLI::App& decode)
+{
+    decode.footer(decode.get_footer() + liveFooter);
+    CLI::Option* shm = decode.add_flag("--shm", options_.sharedMemory,
+                                       "Keep the signal values in shared memory, keyed by instance name, for other "
+                                       "processes, e.g. --shm --realtime");
+    decode.add_flag("--keep", options_.keepSegments,
+                    "With --shm: leave the segments and their last values when done, e.g. --shm --keep")
+        ->needs(shm);
+    decode.add_flag("--realtime", realtime_,
+                    "Decode at the pace of the recording, measured from its first message, e.g. --realtime");
+    decode.add_option("--speed", speed_,
+                      "Replay X times as fast as recorded (implies --realtime), e.g. --speed 10 or --speed 0.5")
+        ->type_name("X")
+        ->check(
+            [](const std::string& text) {
+                const double speed = std::strtod(text.c_str(), nullptr);
+                return speed > 0 && std::isfinite(speed) ? std::string()
+                                                         : "expected a number greater than 0, e.g. 10 or 0.5";
+            },
+            "POSITIVE");
+}
+
+double DecodeCommand::replaySpeed() const
+{
+    if (speed_ > 0)
+        return speed_;
+    return realtime_ ? 1.0 : 0.0;
+}
+
+std::string DecodeCommand::progressLabel() const
+{
+    return options_.recordings.size() == 1 ? options_.recordings.front()
+                                           : std::to_string(options_.recordings.size()) + " recordings";
+}
+
+int DecodeCommand::run()
+{
+    const std::string formatName = format_.empty() ? (isatty(STDOUT_FILENO) ? "table" : "csv") : format_;
+    const OutputFormat* format = OutputFormats::find(formatName);
+    OutputBuffer out(STDOUT_FILENO, 1 << 18);
+    DecodeOptions options = options_;
+    options.speed = replaySpeed();
+    options.beforeWaiting = [&out] { out.flush(); };
+    options.rows = format && format->create;
+    Decoder decoder(options);
+
+    std::vector<std::string> warnings;
+    std::string error;
+    const bool loaded = decoder.load(definitionFiles_, warnings, error);
+    ToolMessages::warnings(warnings);
+    if (!loaded) {
+        ToolMessages::error(error);
+        return 2;
+    }
+    if (!format) {
+        ToolMessages::error("--format " + formatName + ": expected " + OutputFormats::namesText());
+        return 2;
+    }
+    std::unique_ptr<RowWriter> writer = options.rows ? format->create(out, decoder.longestShownInstance()) : nullptr;
+    decoder.open();
+    if (writer)
+        writer->begin();
+    const auto started = std::chrono::steady_clock::now();
+    decodeAll(decoder, writer.get());
+    if (writer && !writer->finish())
+        ToolMessages::error("writing the output failed");
+    summary(decoder, std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
+    return decoder.report().failed() ? 1 : 0;
+}
+
+void DecodeCommand::decodeAll(Decoder& decoder, RowWriter* writer) const
+{
+    ProgressBar progress(progressLabel(), decoder.totalBytes());
+    DecodedRow row;
+    while (decoder.decodeNext()) {
+        progress.update([&decoder] { return decoder.bytesConsumed(); });
+        while (decoder.takeRow(row))
+            writer->write(row);
+    }
+}
+
+void DecodeCommand::summary(const Decoder& decoder, double seconds)
+{
+    const DecodeCounts& counts = decoder.counts();
+    const RecordingReport& report = decoder.report();
+    char packets[64] = "";
+    if (report.badPackets())
+        std::snprintf(packets, sizeof packets, ", %llu bad packets", (unsigned long long)report.badPackets());
+    char text[512];
+    std::snprintf(text, sizeof text,
+                  "rksignal: %llu frames read, %llu with signals, %llu signal writes, %llu triggers fired, "
+                  "%llu bad lines%s; %.3f s, %.0f frames/s\n",
+                  (unsigned long long)counts.frames, (unsigned long long)counts.framesWithSignals,
+                  (unsigned long long)counts.writes, (unsigned long long)counts.triggersFired,
+                  (unsigned long long)report.badLines(), packets, seconds,
+                  seconds > 0 ? double(counts.frames) / seconds : 0.0);
+    std::cerr << text;
 }
 
 } // namespace rksignal

@@ -1,36 +1,39 @@
 // DecodeCommand: `rksignal decode`, which decodes recordings into signal
-// values and trigger events through the library.
+// values and trigger events through a Decoder and writes the rows in the
+// output format chosen.
 #pragma once
+
+#include "cli/Command.h"
+#include "decode/DecodeOptions.h"
 
 #include <string>
 #include <vector>
 
 namespace rksignal {
 
-struct DecodeOptions {
-    std::vector<std::string> definitionFiles; // .dbc[@channel] or .json
-    std::vector<std::string> recordings;      // captures, NMEA logs, trace lines, candump logs ("-": stdin)
-    std::vector<std::string> channelMaps;     // "NAME=N": candump interface or capture file
-    std::string format;                       // table, csv, jsonl, none; empty: by terminal
-    bool allWrites = false;                   // a row for every write, not only changes
-    std::vector<std::string> signalPatterns;  // globs over instance names
-    std::vector<std::string> triggers;
-    bool edge = false;
-    unsigned long timeoutMs = 0;              // 0: no stale-value check
-    // Live replay: values in shared memory (instance names as keys), kept
-    // there after the run with keepSegments, at the recording's pace times
-    // speed (realtime alone: speed 1; a speed given implies realtime).
-    bool sharedMemory = false;
-    bool keepSegments = false;
-    bool realtime = false;
-    double speed = 0;
-};
+class Decoder;
+class RowWriter;
 
-class DecodeCommand {
+class DecodeCommand : public Command {
 public:
+    CLI::App& add(CLI::App& app) override;
     // Exit status: 0 done, 1 a recording could not be read, 2 bad options,
     // definitions or expressions (nothing decoded then).
-    static int run(const DecodeOptions& options);
+    int run() override;
+
+private:
+    void addLiveOptions(CLI::App& decode);
+    double replaySpeed() const;
+    std::string progressLabel() const;
+    void decodeAll(Decoder& decoder, RowWriter* writer) const;
+    static void summary(const Decoder& decoder, double seconds);
+
+    DecodeOptions options_;
+    std::vector<std::string> definitionFiles_; // .dbc[@channel] or .json
+    std::string format_;                       // a name of OutputFormats; empty: by terminal
+    // A speed given implies realtime; realtime alone is speed 1.
+    bool realtime_ = false;
+    double speed_ = 0;
 };
 
 } // namespace rksignal

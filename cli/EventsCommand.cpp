@@ -1,5 +1,6 @@
 #include "cli/EventsCommand.h"
 
+#include "cli/ToolMessages.h"
 #include "event/EventParser.h"
 
 #include <iomanip>
@@ -9,6 +10,16 @@
 namespace rksignal {
 
 namespace {
+
+const char* const footer = R"(
+Examples:
+  rksignal events 'CAN.signal3 > 5 && DI.010 == 1 || GPS.Speed > 80'
+  echo 'AI.3 + AI.3 > Logger.Timer' | rksignal events -
+
+Prints the tables of the library's event description parser, under the
+names a client reads them by: every name found (allSignals), the
+remote-control keys, digital and analog inputs (number=name as written),
+logger and GPS names, then the count of occurrences per source.)";
 
 constexpr int nameWidth = 15;
 
@@ -41,13 +52,24 @@ void count(std::ostream& out, const char* name, uint16_t value)
 
 } // namespace
 
-int EventsCommand::run(const std::string& text)
+CLI::App& EventsCommand::add(CLI::App& app)
 {
-    std::string description = text;
-    if (text == "-") {
+    CLI::App* events = app.add_subcommand("events", "Show the signal names an event description mentions");
+    events->footer(footer);
+    events->add_option("text", text_,
+                       "The event description, or - to read it from standard input, e.g. 'GPS.Speed > 80 && DI.3 == 1'")
+        ->required()
+        ->type_name("TEXT|-");
+    return *events;
+}
+
+int EventsCommand::run()
+{
+    std::string description = text_;
+    if (text_ == "-") {
         description.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
         if (std::cin.bad()) {
-            std::cerr << "rksignal: cannot read standard input" << std::endl;
+            ToolMessages::error("cannot read standard input");
             return 1;
         }
     }

@@ -3,16 +3,22 @@
 // and its per-source counts, under the names a client reads them by.
 #pragma once
 
+#include "cli/Command.h"
+
 #include <string>
 
 namespace rksignal {
 
-class EventsCommand {
+class EventsCommand : public Command {
 public:
-    // `text`: the description, or "-" to read it from standard input. Writes
-    // the tables to standard output; exit status 0, or 1 when standard input
+    CLI::App& add(CLI::App& app) override;
+    // The description, or "-" to read it from standard input. Writes the
+    // tables to standard output; exit status 0, or 1 when standard input
     // cannot be read.
-    static int run(const std::string& text);
+    int run() override;
+
+private:
+    std::string text_;
 };
 
 } // namespace rksignal

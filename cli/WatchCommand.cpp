@@ -1,10 +1,10 @@
 #include "cli/WatchCommand.h"
 
+#include "cli/CommandOptions.h"
+#include "cli/ToolMessages.h"
 #include "cli/WatchTable.h"
-#include "decode/SharedSegment.h"
+#include "decode/LiveValues.h"
 #include "decode/SignalSet.h"
-#include "decode/SlotPeek.h"
-#include "definitions/DefinitionFiles.h"
 #include "output/OutputBuffer.h"
 #include "output/TimeText.h"
 
@@ -15,13 +15,37 @@
 #include <cerrno>
 #include <charconv>
 #include <ctime>
-#include <deque>
-#include <iostream>
 #include <memory>
 
 namespace rksignal {
 
 namespace {
+
+const char* const footer = R"(
+Examples:
+  rksignal watch --defs examples/vehicle.dbc --signals 'VehicleDynamics.*'
+  rksignal watch --defs vehicle.dbc --once --signals 'Doors.*' > doors.txt
+
+Shows the values that other processes (a logger, 'rksignal decode --shm')
+keep in shared memory for the signals of the definition files: instance,
+physical value, unit, value description, state and age. On a terminal the
+view is refreshed in place until Ctrl-C; with --once, or when the output is
+not a terminal, frames are plain rows.
+
+State: valid; "no value" (nothing written yet, or cleared); "locked" (the
+slot's lock stayed taken through a bounded wait of at most 100 ms: its
+writer probably died holding it);
+"ended" (the writer removed the segment when it finished; the last value is
+shown until a new writer starts, which the watcher then follows).
+Age: how far the value's time stamp lies behind the newest one shown (time
+stamps are the recording's, not the wall clock).
+
+The watcher never removes a writer's segments. Segments of signals that no
+writer has created yet are created by the watcher, so that a writer starting
+later finds them; it removes those that no other process used when it ends.
+
+Exit status: 0 done, 1 the output could not be written, 2 bad options or
+definitions, or nothing to watch.)";
 
 volatile std::sig_atomic_t stopRequested = 0;
 
@@ -82,27 +106,41 @@ size_t screenRows()
     return size_t(size.ws_row) - 3;
 }
 
+// The words of the State column.
+const char* stateText(LiveValue::State state)
+{
+    switch (state) {
+    case LiveValue::Valid:
+        return "valid";
+    case LiveValue::NoValue:
+        return "no value";
+    case LiveValue::Locked:
+        return "locked";
+    case LiveValue::Ended:
+        return "ended";
+    }
+    return "";
+}
+
 class WatchRun {
 public:
     explicit WatchRun(const WatchOptions& options)
         : options_(options), out_(STDOUT_FILENO), table_(out_, !options.once && isatty(STDOUT_FILENO))
     {
     }
-    ~WatchRun() { detach(); }
 
     int run()
     {
-        if (!DefinitionFiles::readAndReport(options_.definitionFiles, definitions_))
+        if (!ToolMessages::readDefinitions(options_.definitionFiles, definitions_))
             return 2;
         // Only the signals shown are built: the others' segments are none of
         // the watcher's business.
         definitions_.retainInstances(
             [this](const std::string& instance) { return SignalSet::selected(options_.signalPatterns, instance); });
         if (definitions_.size() == 0) {
-            std::cerr << "rksignal: no signal to watch (none defined, or none matches --signals)" << std::endl;
+            ToolMessages::error("no signal to watch (none defined, or none matches --signals)");
             return 2;
         }
-        BaseSignal::detachOnly = true;
         StopOnSignals stops;
         attach();
         if (options_.once)
@@ -111,9 +149,9 @@ public:
             const std::vector<WatchTable::Row> rows = snapshot();
             if (!table_.show(heading(), rows, screenRows()))
                 return 1;
-            if (writerReplaced_) {
+            if (live_.writerReplaced()) {
                 // A writer ended and a new one has started: follow it.
-                detach();
+                live_.detach();
                 attach();
                 continue;
             }
@@ -125,69 +163,39 @@ public:
 private:
     void attach()
     {
-        signals_ = std::make_unique<SignalSet>(true);
-        signals_->buildAndReport(definitions_);
-        for (size_t index = 0; index < signals_->size(); ++index)
-            peeks_.emplace_back(*signals_->entry(index).signal, scratch_);
-    }
-
-    // Lets go of every segment; removes those that only the watcher used.
-    void detach()
-    {
-        for (SlotPeek& peek : peeks_)
-            SharedSegment::removeIfOnlyEverOurs(peek.signal().shmId);
-        peeks_.clear();
-        signals_.reset();
+        std::vector<std::string> problems;
+        live_.attach(definitions_, problems);
+        ToolMessages::warnings(problems);
     }
 
     std::vector<WatchTable::Row> snapshot()
     {
         std::vector<WatchTable::Row> rows;
-        std::vector<SlotPeek::Outcome> outcomes;
-        newest_ = 0;
-        for (SlotPeek& peek : peeks_) {
-            outcomes.push_back(peek.peek());
-            if (outcomes.back() == SlotPeek::Value && peek.timestamp() > newest_)
-                newest_ = peek.timestamp();
-        }
-        writerReplaced_ = false;
-        for (size_t index = 0; index < peeks_.size(); ++index)
-            rows.push_back(row(peeks_[index], outcomes[index]));
+        for (const LiveValue& value : live_.read())
+            rows.push_back(row(value));
         return rows;
     }
 
-    WatchTable::Row row(SlotPeek& peek, SlotPeek::Outcome outcome)
+    WatchTable::Row row(const LiveValue& value) const
     {
-        BaseSignal& signal = peek.signal();
         WatchTable::Row row;
-        row[WatchTable::Instance] = signal.def.instance;
-        row[WatchTable::Unit] = signal.def.unit;
-        if (outcome == SlotPeek::Locked) {
-            row[WatchTable::State] = "locked";
-            return row;
+        row[WatchTable::Instance] = std::string(value.instance);
+        row[WatchTable::Unit] = std::string(value.unit);
+        row[WatchTable::State] = stateText(value.state);
+        if (value.hasValue) {
+            row[WatchTable::Value] = numberText(value.value);
+            row[WatchTable::Description] = value.description;
+            row[WatchTable::Age] = ageText(live_.newest() - value.timestamp);
         }
-        if (outcome == SlotPeek::Value) {
-            row[WatchTable::Value] = numberText(peek.value());
-            if (!signal.def.valueDescription.empty())
-                row[WatchTable::Description] = peek.description();
-            row[WatchTable::Age] = ageText(newest_ - peek.timestamp());
-        }
-        const bool ended = signal.shmId >= 0 && SharedSegment::removed(signal.shmId);
-        if (ended && SharedSegment::replaced(signal.key, signal.shmId))
-            writerReplaced_ = true;
-        if (ended)
-            row[WatchTable::State] = "ended";
-        else
-            row[WatchTable::State] = outcome == SlotPeek::Value ? "valid" : "no value";
         return row;
     }
 
     std::string heading()
     {
-        std::string text = "rksignal watch: " + std::to_string(peeks_.size()) + " signals, every " +
+        std::string text = "rksignal watch: " + std::to_string(live_.size()) + " signals, every " +
                            std::to_string(options_.intervalMs) + " ms";
-        if (newest_ != 0)
-            text += ", newest value " + std::string(time_.format(newest_));
+        if (live_.newest() != 0)
+            text += ", newest value " + std::string(time_.format(live_.newest()));
         return text + " (Ctrl-C ends)";
     }
 
@@ -204,18 +212,29 @@ private:
     OutputBuffer out_;
     WatchTable table_;
     TimeText time_;
-    SignalStorage scratch_;             // the peeks' private copies
-    std::unique_ptr<SignalSet> signals_;
-    std::deque<SlotPeek> peeks_;        // after the signals: destroyed before them
-    uint64_t newest_ = 0;
-    bool writerReplaced_ = false;
+    LiveValues live_;
 };
 
 } // namespace
 
-int WatchCommand::run(const WatchOptions& options)
+CLI::App& WatchCommand::add(CLI::App& app)
 {
-    WatchRun run(options);
+    CLI::App* watch = app.add_subcommand("watch", "Show signal values that other processes keep in shared memory");
+    watch->footer(footer);
+    CommandOptions::definitionFiles(*watch, options_.definitionFiles);
+    watch->add_option("--interval", options_.intervalMs,
+                      "Milliseconds between refreshes (default 500), e.g. --interval 100")
+        ->type_name("MS")
+        ->check(CLI::Range(1ul, 3600000ul));
+    watch->add_flag("--once", options_.once, "Show the values once, as plain rows, and end, e.g. --once > values.txt");
+    CommandOptions::repeatable(*watch, "--signals", options_.signalPatterns,
+                               "Only instances matching the glob, e.g. --signals 'Engine*' (repeatable)", "PATTERN");
+    return *watch;
+}
+
+int WatchCommand::run()
+{
+    WatchRun run(options_);
     return run.run();
 }
 

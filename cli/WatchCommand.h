@@ -1,13 +1,9 @@
 // WatchCommand: `rksignal watch`, which shows the values that other processes
-// (a logger, `rksignal decode --shm`) keep in shared memory.
-//
-// The watcher builds the signals of its definition files with shared memory,
-// as every process of the logger does, but it is a guest there: it sets
-// BaseSignal::detachOnly, so it never removes a writer's segments; it reads
-// every slot through SlotPeek, so a slot left locked by a writer that died is
-// reported instead of hanging it; and it removes on leaving only the segments
-// it created itself and that no other process ever attached to.
+// (a logger, `rksignal decode --shm`) keep in shared memory, read through
+// LiveValues as a guest that never disturbs the writers.
 #pragma once
+
+#include "cli/Command.h"
 
 #include <string>
 #include <vector>
@@ -21,11 +17,15 @@ struct WatchOptions {
     std::vector<std::string> signalPatterns;  // globs over instance names
 };
 
-class WatchCommand {
+class WatchCommand : public Command {
 public:
+    CLI::App& add(CLI::App& app) override;
     // Exit status: 0 done (stopped by a signal, or --once), 1 the output
     // could not be written, 2 bad definitions or nothing to watch.
-    static int run(const WatchOptions& options);
+    int run() override;
+
+private:
+    WatchOptions options_;
 };
 
 } // namespace rksignal

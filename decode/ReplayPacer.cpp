@@ -1,7 +1,5 @@
 #include "decode/ReplayPacer.h"
 
-#include "output/OutputBuffer.h"
-
 #include <thread>
 
 namespace rksignal {
@@ -12,7 +10,10 @@ namespace {
 constexpr double longestWaitNs = 1e18;
 } // namespace
 
-ReplayPacer::ReplayPacer(double speed, OutputBuffer* flushBeforeWaiting) : speed_(speed), out_(flushBeforeWaiting) {}
+ReplayPacer::ReplayPacer(double speed, std::function<void()> beforeWaiting)
+    : speed_(speed), beforeWaiting_(std::move(beforeWaiting))
+{
+}
 
 void ReplayPacer::waitFor(uint64_t timestamp)
 {
@@ -30,8 +31,8 @@ void ReplayPacer::waitFor(uint64_t timestamp)
     const auto due = startedAt_ + std::chrono::nanoseconds(int64_t(offsetNs));
     if (due <= std::chrono::steady_clock::now())
         return;
-    if (out_)
-        out_->flush();
+    if (beforeWaiting_)
+        beforeWaiting_();
     std::this_thread::sleep_until(due);
 }
 

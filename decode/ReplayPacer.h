@@ -12,17 +12,16 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 
 namespace rksignal {
-
-class OutputBuffer;
 
 class ReplayPacer {
 public:
     // speed: recording seconds per wall-clock second; 0 (or less) turns pacing
-    // off. Rows buffered in `flushBeforeWaiting` (may be null) are written out
-    // before each wait, so that they appear when their values do.
-    ReplayPacer(double speed, OutputBuffer* flushBeforeWaiting);
+    // off. `beforeWaiting` (may be empty) is called before each wait, e.g. to
+    // write out buffered rows, so that they appear when their values do.
+    ReplayPacer(double speed, std::function<void()> beforeWaiting);
 
     // Called once per message, before it is decoded; `timestamp` in
     // microseconds.
@@ -36,7 +35,7 @@ private:
     void waitFor(uint64_t timestamp);
 
     double speed_;
-    OutputBuffer* out_;
+    std::function<void()> beforeWaiting_;
     bool started_ = false;
     uint64_t firstTimestamp_ = 0;
     std::chrono::steady_clock::time_point startedAt_;

@@ -78,14 +78,6 @@ void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector
     }
 }
 
-void SignalSet::buildAndReport(const DefinitionSet& definitions)
-{
-    std::vector<std::string> problems;
-    build(definitions, problems);
-    for (const std::string& problem : problems)
-        std::cerr << "rksignal: warning: " << problem << std::endl;
-}
-
 void SignalSet::fileMultiplexed(CANSignal& signal)
 {
     const canSignalDef_t& def = signal.definition;

@@ -36,9 +36,6 @@ public:
     // Builds one signal per record. Definitions the library rejects, and
     // duplicate instance names, are reported in `problems` and left out.
     void build(const DefinitionSet& definitions, std::vector<std::string>& problems);
-    // As build, with each problem written to standard error as a warning line
-    // of the tool.
-    void buildAndReport(const DefinitionSet& definitions);
 
     SignalStorage& storage() { return storage_; }
     size_t size() const { return entries_.size(); }

@@ -1,5 +1,7 @@
 #include "definitions/DbcDefinitions.h"
 
+#include "definitions/DbcReader.h"
+
 namespace rksignal {
 
 namespace {
@@ -49,6 +51,17 @@ void DbcDefinitions::append(const DbcDatabase& database, uint8_t channel, Defini
     for (const DbcMessage& message : database.messages)
         for (const DbcSignal& signal : message.signals)
             out.can.push_back(definitionOf(message, signal, channel));
+}
+
+bool DbcDefinitions::readFile(const std::string& path, uint8_t channel, DefinitionSet& out,
+                              std::vector<std::string>& warnings, std::string& error)
+{
+    DbcDatabase database;
+    if (!DbcReader::readFile(path, database, error))
+        return false;
+    append(database, channel, out);
+    warnings.insert(warnings.end(), database.warnings.begin(), database.warnings.end());
+    return true;
 }
 
 } // namespace rksignal

@@ -1,18 +1,40 @@
 #include "definitions/DefinitionFiles.h"
 
 #include "definitions/DbcDefinitions.h"
-#include "definitions/DbcReader.h"
 #include "definitions/JsonDefinitions.h"
-
-#include <iostream>
 
 namespace rksignal {
 
 namespace {
 
+struct DefinitionFormat {
+    const char* extension;
+    // "FILE@N" gives the file's definitions channel N.
+    bool takesChannel;
+    bool (*read)(const std::string& path, uint8_t channel, DefinitionSet& out, std::vector<std::string>& warnings,
+                 std::string& error);
+};
+
+// Extension, channel suffix, reader.
+const DefinitionFormat formats[] = {
+    {".dbc", true, DbcDefinitions::readFile},
+    {".json", false,
+     [](const std::string& path, uint8_t, DefinitionSet& out, std::vector<std::string>&, std::string& error) {
+         return JsonDefinitions::readFile(path, out, error);
+     }},
+};
+
 bool endsWith(const std::string& text, const std::string& suffix)
 {
     return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+const DefinitionFormat* formatOf(const std::string& path)
+{
+    for (const DefinitionFormat& format : formats)
+        if (endsWith(path, format.extension))
+            return &format;
+    return nullptr;
 }
 
 // "vehicle.dbc@2" -> ("vehicle.dbc", 2); no "@N" -> channel 1.
@@ -21,7 +43,10 @@ bool splitChannel(const std::string& argument, std::string& path, unsigned& chan
     path = argument;
     channel = 1;
     const size_t at = argument.rfind('@');
-    if (at == std::string::npos || !endsWith(argument.substr(0, at), ".dbc"))
+    if (at == std::string::npos)
+        return true;
+    const DefinitionFormat* format = formatOf(argument.substr(0, at));
+    if (format == nullptr || !format->takesChannel)
         return true;
     const std::string number = argument.substr(at + 1);
     if (number.empty() || number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos ||
@@ -44,35 +69,14 @@ bool DefinitionFiles::read(const std::vector<std::string>& files, DefinitionSet&
         unsigned channel = 1;
         if (!splitChannel(argument, path, channel, error))
             return false;
-        if (endsWith(path, ".dbc")) {
-            DbcDatabase database;
-            if (!DbcReader::readFile(path, database, error))
-                return false;
-            DbcDefinitions::append(database, uint8_t(channel), out);
-            warnings.insert(warnings.end(), database.warnings.begin(), database.warnings.end());
-        } else if (endsWith(path, ".json")) {
-            DefinitionSet fromJson;
-            if (!JsonDefinitions::readFile(path, fromJson, error))
-                return false;
-            out.append(std::move(fromJson));
-        } else {
+        const DefinitionFormat* format = formatOf(path);
+        if (format == nullptr) {
             error = path + ": unknown definition format (expected a .dbc or .json file)";
             return false;
         }
+        if (!format->read(path, uint8_t(channel), out, warnings, error))
+            return false;
     }
-    return true;
-}
-
-bool DefinitionFiles::readAndReport(const std::vector<std::string>& files, DefinitionSet& out)
-{
-    std::vector<std::string> warnings;
-    std::string error;
-    if (!read(files, out, warnings, error)) {
-        std::cerr << "rksignal: " << error << std::endl;
-        return false;
-    }
-    for (const std::string& warning : warnings)
-        std::cerr << "rksignal: warning: " << warning << std::endl;
     return true;
 }
 

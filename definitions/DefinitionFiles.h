@@ -1,7 +1,12 @@
-// DefinitionFiles: reads the tool's definition files into one DefinitionSet.
-// A ".dbc" file holds CAN frames (its signals go on channel 1, or on channel
-// N when the name is followed by "@N"); a ".json" file holds definitions of
-// every kind (docs/definitions.md).
+// DefinitionFiles: reads definition files into one DefinitionSet, each with
+// the reader of its format, chosen by the end of its name:
+//
+//   FILE.dbc[@N]  CAN frames; their signals go on channel 1, or on channel N
+//   FILE.json     definitions of every kind (docs/definitions.md)
+//
+// Adding a format is its reader and one row in DefinitionFiles.cpp.
+//
+// Thread safety: stateless; calls on different threads are independent.
 #pragma once
 
 #include "definitions/DefinitionSet.h"
@@ -18,9 +23,6 @@ public:
     // out is appended to `warnings`.
     static bool read(const std::vector<std::string>& files, DefinitionSet& out, std::vector<std::string>& warnings,
                      std::string& error);
-    // As read, for a command of the tool: the error, or else each warning,
-    // goes to standard error as an "rksignal: " line.
-    static bool readAndReport(const std::vector<std::string>& files, DefinitionSet& out);
 };
 
 } // namespace rksignal

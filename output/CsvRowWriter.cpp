@@ -2,6 +2,11 @@
 
 namespace rksignal {
 
+std::unique_ptr<RowWriter> CsvRowWriter::create(OutputBuffer& out, size_t)
+{
+    return std::make_unique<CsvRowWriter>(out);
+}
+
 void CsvRowWriter::begin() { out_.append("time,instance,value,unit,description\n"); }
 
 void CsvRowWriter::field(std::string_view text)

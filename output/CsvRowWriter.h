@@ -6,10 +6,16 @@
 #include "output/RowWriter.h"
 #include "output/TimeText.h"
 
+#include <memory>
+
 namespace rksignal {
 
 class CsvRowWriter : public RowWriter {
 public:
+    // The writer on `out`, as the table of output formats creates it;
+    // `instanceWidth` is the longest instance name shown.
+    static std::unique_ptr<RowWriter> create(OutputBuffer& out, size_t instanceWidth);
+
     explicit CsvRowWriter(OutputBuffer& out) : out_(out) {}
     void begin() override;
     void signalRow(const SignalRow& row) override;

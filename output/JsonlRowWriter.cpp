@@ -4,6 +4,11 @@
 
 namespace rksignal {
 
+std::unique_ptr<RowWriter> JsonlRowWriter::create(OutputBuffer& out, size_t)
+{
+    return std::make_unique<JsonlRowWriter>(out);
+}
+
 void JsonlRowWriter::string(std::string_view text)
 {
     static const char hex[] = "0123456789abcdef";

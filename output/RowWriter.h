@@ -1,19 +1,13 @@
-// RowWriter: how the decoder's rows are written (table, CSV, JSON lines).
-// One writer per output; not thread-safe.
+// RowWriter: how the decoder's rows are written (table, CSV, JSON lines;
+// OutputFormats lists them). One writer per output; not thread-safe.
 #pragma once
+
+#include "decode/DecodedRow.h"
 
 #include <cstdint>
 #include <string_view>
 
 namespace rksignal {
-
-struct SignalRow {
-    uint64_t time;
-    std::string_view instance;
-    double value;
-    std::string_view unit;
-    std::string_view description;
-};
 
 class RowWriter {
 public:
@@ -25,6 +19,22 @@ public:
     // A signal that went stale (no value newer than the time-out).
     virtual void timeoutRow(uint64_t time, std::string_view instance) = 0;
     virtual bool finish() = 0;
+
+    // The row of its kind.
+    void write(const DecodedRow& row)
+    {
+        switch (row.kind) {
+        case DecodedRow::Signal:
+            signalRow(row);
+            break;
+        case DecodedRow::Trigger:
+            triggerRow(row.time, row.expression);
+            break;
+        case DecodedRow::Timeout:
+            timeoutRow(row.time, row.instance);
+            break;
+        }
+    }
 };
 
 } // namespace rksignal

@@ -1,11 +1,18 @@
 #include "output/TableRowWriter.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace rksignal {
 
 namespace {
 constexpr size_t valueWidth = 14;
+constexpr size_t narrowestInstance = 8; // the instance column, however short the names
+} // namespace
+
+std::unique_ptr<RowWriter> TableRowWriter::create(OutputBuffer& out, size_t instanceWidth)
+{
+    return std::make_unique<TableRowWriter>(out, std::max(instanceWidth, narrowestInstance));
 }
 
 void TableRowWriter::padded(std::string_view text, size_t width)

@@ -5,11 +5,17 @@
 #include "output/RowWriter.h"
 #include "output/TimeText.h"
 
+#include <memory>
+
 namespace rksignal {
 
 class TableRowWriter : public RowWriter {
 public:
     // `instanceWidth`: the longest instance name, so that columns line up.
+    // The writer on `out`, as the table of output formats creates it;
+    // `instanceWidth` is the longest instance name shown.
+    static std::unique_ptr<RowWriter> create(OutputBuffer& out, size_t instanceWidth);
+
     TableRowWriter(OutputBuffer& out, size_t instanceWidth) : out_(out), instanceWidth_(instanceWidth) {}
     void begin() override;
     void signalRow(const SignalRow& row) override;

@@ -1,6 +1,7 @@
 #include "recordings/CandumpReader.h"
 
 #include "definitions/TextCursor.h"
+#include "recordings/LineRecording.h"
 
 #include <cstring>
 
@@ -65,6 +66,12 @@ bool parseData(std::string_view text, uint8_t* out, size_t limit, uint8_t& lengt
 }
 
 } // namespace
+
+std::unique_ptr<RecordingReader> CandumpReader::open(const std::string& path, const RecordingSetup& setup,
+                                                     std::string& error)
+{
+    return LineRecording::opened(std::make_unique<LineRecording>(path, setup.candump, setup.report), error);
+}
 
 void CandumpReader::mapInterface(const std::string& name, uint8_t channel)
 {

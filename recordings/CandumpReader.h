@@ -8,9 +8,12 @@
 #pragma once
 
 #include "recordings/LineParser.h"
+#include "recordings/RecordingReader.h"
+#include "recordings/RecordingSetup.h"
 #include "trace/CANExtTraceMessage.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,6 +24,11 @@ namespace rksignal {
 class CandumpReader : public LineParser {
 public:
     enum Result { Frame, Skipped, Bad };
+
+    // A candump log read with the run's one candump parser, as the table of
+    // recording formats opens it; "-" reads standard input.
+    static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
+                                                 std::string& error);
 
     // Gives an interface a fixed channel number; interfaces not mapped get
     // the next free number in order of first appearance, starting at 1.

@@ -1,5 +1,8 @@
 #include "recordings/LineRecording.h"
 
+#include <cerrno>
+#include <cstring>
+
 namespace rksignal {
 
 LineRecording::LineRecording(const std::string& path, LineParser& parser, RecordingReport& report)
@@ -10,6 +13,14 @@ LineRecording::LineRecording(const std::string& path, LineParser& parser, Record
 LineRecording::LineRecording(const std::string& path, std::unique_ptr<LineParser> parser, RecordingReport& report)
     : path_(path), reader_(path), ownParser_(std::move(parser)), parser_(*ownParser_), report_(report)
 {
+}
+
+std::unique_ptr<RecordingReader> LineRecording::opened(std::unique_ptr<LineRecording> recording, std::string& error)
+{
+    if (recording->isOpen())
+        return recording;
+    error = std::strerror(errno);
+    return nullptr;
 }
 
 bool LineRecording::next()

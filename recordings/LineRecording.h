@@ -9,6 +9,7 @@
 #include "recordings/LineReader.h"
 #include "recordings/RecordingReader.h"
 #include "recordings/RecordingReport.h"
+#include "recordings/RecordingSetup.h"
 
 #include <memory>
 #include <string>
@@ -22,6 +23,18 @@ public:
     LineRecording(const std::string& path, LineParser& parser, RecordingReport& report);
     // A recording with a parser of its own.
     LineRecording(const std::string& path, std::unique_ptr<LineParser> parser, RecordingReport& report);
+
+    // The recording of `path` with a `Parser` of its own, as the table of
+    // recording formats opens it; null, with the system's reason in `error`,
+    // when the file cannot be opened.
+    template <class Parser>
+    static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
+                                                 std::string& error)
+    {
+        return opened(std::make_unique<LineRecording>(path, std::make_unique<Parser>(), setup.report), error);
+    }
+    // `recording` when it is open; otherwise null, with the reason in `error`.
+    static std::unique_ptr<RecordingReader> opened(std::unique_ptr<LineRecording> recording, std::string& error);
 
     bool isOpen() const { return reader_.isOpen(); }
 

@@ -43,6 +43,26 @@ std::string linkTypeText(int linkType)
 
 } // namespace
 
+bool PcapRecording::hasMagic(const unsigned char* head, size_t size)
+{
+    if (size < 4)
+        return false;
+    const uint32_t word = bigEndian32(head);
+    return word == 0xa1b2c3d4u || word == 0xd4c3b2a1u     // pcap, microseconds, either byte order
+           || word == 0xa1b23c4du || word == 0x4d3cb2a1u  // pcap, nanoseconds
+           || word == 0x0a0d0d0au;                        // pcapng section header
+}
+
+std::unique_ptr<RecordingReader> PcapRecording::open(const std::string& path, const RecordingSetup& setup,
+                                                     std::string& error)
+{
+    auto capture = std::make_unique<PcapRecording>(path, setup.channel, setup.staticSlots, setup.report);
+    if (capture->isOpen())
+        return capture;
+    error = capture->openError();
+    return nullptr;
+}
+
 PcapRecording::PcapRecording(const std::string& path, uint8_t channel, std::vector<bool> staticSlots,
                              RecordingReport& report)
     : path_(path), channel_(channel), staticSlots_(std::move(staticSlots)), report_(report)

@@ -19,8 +19,11 @@
 
 #include "recordings/RecordingReader.h"
 #include "recordings/RecordingReport.h"
+#include "recordings/RecordingSetup.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,15 @@ namespace rksignal {
 class PcapRecording : public RecordingReader {
 public:
     enum LinkType : int { Ethernet = 1, FlexRay = 210, Lin = 212, SocketCan = 227 };
+
+    // True for the magic number of a pcap (either byte order, micro- or
+    // nanoseconds) or pcapng file.
+    static bool hasMagic(const unsigned char* head, size_t size);
+    // The capture at `path` on the setup's channel, as the table of
+    // recording formats opens it; null, with libpcap's reason in `error`,
+    // when it cannot be read as a capture.
+    static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
+                                                 std::string& error);
 
     // `staticSlots[slot]`: FlexRay slots of the static segment (2048 long,
     // or empty when no definition names one).
