@@ -142,7 +142,8 @@ public:
             return 2;
         }
         StopOnSignals stops;
-        attach();
+        if (!attach())
+            return 2;
         if (options_.once)
             return table_.show("", snapshot()) ? 0 : 1;
         while (!stopRequested) {
@@ -152,7 +153,8 @@ public:
             if (live_.writerReplaced()) {
                 // A writer ended and a new one has started: follow it.
                 live_.detach();
-                attach();
+                if (!attach())
+                    return 2;
                 continue;
             }
             pause();
@@ -161,11 +163,15 @@ public:
     }
 
 private:
-    void attach()
+    bool attach()
     {
         std::vector<std::string> problems;
-        live_.attach(definitions_, problems);
+        std::string error;
+        const bool attached = live_.attach(definitions_, problems, error);
         ToolMessages::warnings(problems);
+        if (!attached)
+            ToolMessages::error(error);
+        return attached;
     }
 
     std::vector<WatchTable::Row> snapshot()

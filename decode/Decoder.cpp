@@ -1,5 +1,6 @@
 #include "decode/Decoder.h"
 
+#include "decode/FrameTableClaim.h"
 #include "decode/ReplayPacer.h"
 #include "decode/SignalSet.h"
 #include "decode/TriggerSet.h"
@@ -13,8 +14,7 @@ namespace rksignal {
 
 struct Decoder::State {
     State(DecodeOptions options, std::ostream& messages)
-        : options(std::move(options)), signals(this->options.sharedMemory),
-          pacer(this->options.speed, this->options.beforeWaiting), report(messages), files(report)
+        : options(std::move(options)), pacer(this->options.speed, this->options.beforeWaiting), report(messages), files(report)
     {
         ids.reserve(256);
     }
@@ -28,7 +28,10 @@ struct Decoder::State {
     DecodedRow& addRow(DecodedRow::Kind kind, uint64_t time);
 
     const DecodeOptions options;
-    SignalSet signals;
+    FrameTableClaim claim; // released after the signals are gone
+    // Built once the claim is taken: even an empty set empties the frame
+    // tables when it ends.
+    std::unique_ptr<SignalSet> signals;
     TriggerSet triggers; // after the signals: destroyed before them
     ReplayPacer pacer;
     RecordingReport report;
@@ -67,10 +70,15 @@ bool Decoder::State::mapChannels(std::string& error)
 bool Decoder::State::build(const DefinitionSet& definitions, std::vector<std::string>& warnings,
                            std::string& error)
 {
+    if (!claim.take()) {
+        error = FrameTableClaim::refused;
+        return false;
+    }
     files.useFlexRaySegments(definitions);
-    signals.build(definitions, warnings);
-    signals.select(options.signalPatterns);
-    return triggers.compile(options.triggers, options.edge, signals, error);
+    signals = std::make_unique<SignalSet>(options.sharedMemory);
+    signals->build(definitions, warnings);
+    signals->select(options.signalPatterns);
+    return triggers.compile(options.triggers, options.edge, *signals, error);
 }
 
 // Every kind of message takes this one path: its decoder, then the rows of
@@ -79,12 +87,12 @@ void Decoder::State::decode(const RecordedMessage& message)
 {
     pacer.pace(message.timestamp());
     ++counts.frames;
-    if (!message.decode(ids, signals.storage()))
+    if (!message.decode(ids, signals->storage()))
         return;
     ++counts.framesWithSignals;
     counts.writes += ids.size();
     for (unsigned long id : ids) {
-        SignalSet::Entry* entry = signals.find(id);
+        SignalSet::Entry* entry = signals->find(id);
         if (entry == nullptr)
             continue;
         if (options.rows && entry->shown && (options.allWrites || entry->signal->isModified()))
@@ -142,11 +150,11 @@ void Decoder::State::checkTimeouts(uint64_t now)
     nextTimeoutCheck = now + std::max<uint64_t>(timeout / 4, 1000);
     if (now < timeout)
         return;
-    BaseSignal::checkTimeout(now - timeout, staleIds, &signals.storage());
+    BaseSignal::checkTimeout(now - timeout, staleIds, &signals->storage());
     for (unsigned long id : staleIds) {
         if (!stale.insert(id).second)
             continue;
-        const SignalSet::Entry* entry = signals.find(id);
+        const SignalSet::Entry* entry = signals->find(id);
         if (options.rows && entry && entry->shown)
             addRow(DecodedRow::Timeout, now).instance = entry->instance;
     }
@@ -190,8 +198,10 @@ void Decoder::open()
 
 bool Decoder::decodeNext()
 {
-    open();
     State& state = *state_;
+    if (!state.signals) // not loaded
+        return false;
+    open();
     if (state.nextRow == state.rowCount)
         state.nextRow = state.rowCount = 0;
     if (!state.recordings || !state.recordings->next())
@@ -247,7 +257,7 @@ uint64_t Decoder::totalBytes() const
 
 size_t Decoder::longestShownInstance() const
 {
-    return state_->signals.longestShownInstance();
+    return state_->signals ? state_->signals->longestShownInstance() : 0;
 }
 
 } // namespace rksignal

@@ -23,8 +23,8 @@
 // time-stamp order.
 //
 // The decoder builds its signals in a storage of its own, but the library's
-// frame tables are process-wide: one decoder at a time per process. Not
-// thread-safe.
+// frame tables are process-wide: one Decoder or LiveValues at a time per
+// process may hold signals (load() of another fails). Not thread-safe.
 #pragma once
 
 #include "decode/DecodeOptions.h"
@@ -63,12 +63,13 @@ public:
     // builds one signal per definition, selects the signals shown and
     // compiles the triggers. False, with one line (or, for a trigger, the
     // parser's lines) in `error`, when a channel map, a definition file or
-    // a trigger is bad: nothing can be decoded then. Definitions read but
+    // a trigger is bad, or another decoder of the process holds signals:
+    // nothing can be decoded then. Definitions read but
     // left out, and those the library rejects, are appended to `warnings`
     // (unless a file could not be read).
     bool load(const std::vector<std::string>& definitionFiles, std::vector<std::string>& warnings,
               std::string& error);
-    // The same with definitions already read.
+    // The same with definitions already read. Either load once per decoder.
     bool load(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
 
     // Opens the recordings; each that cannot be opened is reported and left
@@ -77,7 +78,8 @@ public:
     void open();
 
     // Reads and decodes the next message; false at the end of the
-    // recordings. Its rows then come from takeRow().
+    // recordings, or when nothing was loaded. Its rows then come from
+    // takeRow().
     bool decodeNext();
     // The next row of the messages decoded so far; false when there is none.
     bool takeRow(DecodedRow& row);

@@ -1,5 +1,6 @@
 #include "decode/LiveValues.h"
 
+#include "decode/FrameTableClaim.h"
 #include "decode/SharedSegment.h"
 #include "decode/SignalSet.h"
 #include "decode/SlotPeek.h"
@@ -9,6 +10,7 @@
 namespace rksignal {
 
 struct LiveValues::State {
+    FrameTableClaim claim; // released after the signals are gone
     SignalStorage scratch; // the peeks' private copies
     std::unique_ptr<SignalSet> signals;
     std::deque<SlotPeek> peeks; // after the signals: destroyed before them
@@ -54,14 +56,19 @@ LiveValues::~LiveValues()
     detach();
 }
 
-void LiveValues::attach(const DefinitionSet& definitions, std::vector<std::string>& warnings)
+bool LiveValues::attach(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error)
 {
     detach();
+    if (!state_->claim.take()) {
+        error = FrameTableClaim::refused;
+        return false;
+    }
     BaseSignal::detachOnly = true;
     state_->signals = std::make_unique<SignalSet>(true);
     state_->signals->build(definitions, warnings);
     for (size_t index = 0; index < state_->signals->size(); ++index)
         state_->peeks.emplace_back(*state_->signals->entry(index).signal, state_->scratch);
+    return true;
 }
 
 void LiveValues::detach()
@@ -71,6 +78,7 @@ void LiveValues::detach()
     state_->values.clear();
     state_->peeks.clear();
     state_->signals.reset();
+    state_->claim.release();
 }
 
 size_t LiveValues::size() const

@@ -14,8 +14,8 @@
 // created itself and that no other process ever attached to.
 //
 // The signals live in a storage of their own, but the library's frame
-// tables are process-wide: not beside a Decoder in one process. Not
-// thread-safe.
+// tables are process-wide: one Decoder or LiveValues at a time per process
+// may hold signals. Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -55,8 +55,10 @@ public:
     // Builds the signals of `definitions` and attaches to their segments,
     // creating those that no writer has created yet (so that a writer
     // starting later finds them). Definitions the library rejects are
-    // appended to `warnings` and left out.
-    void attach(const DefinitionSet& definitions, std::vector<std::string>& warnings);
+    // appended to `warnings` and left out. False, with the reason in
+    // `error`, when another Decoder or LiveValues of the process holds
+    // signals.
+    bool attach(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
     // Lets go of every segment; removes those that only this reader used.
     void detach();
     // The number of signals attached.
