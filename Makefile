@@ -38,7 +38,7 @@ test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 check: bootstrap
-	cmake -S . -B $(CHECK_BUILD) -DCMAKE_BUILD_TYPE=Debug -DRKSIGNAL_BENCH=OFF \
+	cmake -S . -B $(CHECK_BUILD) -DCMAKE_BUILD_TYPE=Debug -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_WERROR=ON \
 	  "-DCMAKE_CXX_FLAGS=$(SANITIZE)" "-DCMAKE_EXE_LINKER_FLAGS=$(SANITIZE)" \
 	  "-DCMAKE_SHARED_LINKER_FLAGS=$(SANITIZE)"
 	cmake --build $(CHECK_BUILD) -j $(JOBS)

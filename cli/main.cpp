@@ -1,5 +1,6 @@
 // rksignal: the command-line face of the signal library.
 #include "cli/Commands.h"
+#include "version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -8,6 +9,7 @@ int main(int argc, char** argv)
     CLI::App app{"rksignal: decode vehicle bus recordings into signal values with librksignal, and watch them live"};
     app.footer("Run 'rksignal COMMAND --help' for a command's options and examples.");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "rksignal " RKSIGNAL_VERSION);
     const auto commands = rksignal::Commands::create();
     for (const auto& command : commands) {
         rksignal::Command* chosen = command.get();
