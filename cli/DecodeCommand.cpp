@@ -169,10 +169,9 @@ int DecodeCommand::run()
 void DecodeCommand::decodeAll(Decoder& decoder, RowWriter* writer) const
 {
     ProgressBar progress(progressLabel(), decoder.totalBytes());
-    DecodedRow row;
     while (decoder.decodeNext()) {
         progress.update([&decoder] { return decoder.bytesConsumed(); });
-        while (decoder.takeRow(row))
+        for (const DecodedRow& row : decoder.rows())
             writer->write(row);
     }
 }

@@ -26,6 +26,7 @@ struct Decoder::State {
     void triggerRow(size_t trigger);
     void checkTimeouts(uint64_t now);
     DecodedRow& addRow(DecodedRow::Kind kind, uint64_t time);
+    void pointAtDescriptions();
 
     const DecodeOptions options;
     FrameTableClaim claim; // released after the signals are gone
@@ -44,12 +45,14 @@ struct Decoder::State {
     std::vector<unsigned long> staleIds;
     std::set<unsigned long> stale;
     uint64_t nextTimeoutCheck = 0;
-    // The rows of the messages decoded and not yet taken. The descriptions
-    // live beside them, so that a row's view stays valid while the vectors
-    // keep their capacity from message to message.
+    // The rows of the last message. The value descriptions of its rows live
+    // beside them (the first `described` strings, each keeping its capacity
+    // from message to message, for rows[describedRows[i]]); the rows' views
+    // are pointed at them once the message is decoded.
     std::vector<DecodedRow> rows;
     std::vector<std::string> descriptions;
-    size_t rowCount = 0;
+    std::vector<size_t> describedRows;
+    size_t described = 0;
     size_t nextRow = 0;
 };
 
@@ -112,16 +115,16 @@ void Decoder::State::decode(const RecordedMessage& message)
 
 DecodedRow& Decoder::State::addRow(DecodedRow::Kind kind, uint64_t time)
 {
-    if (rowCount == rows.size()) {
-        rows.emplace_back();
-        descriptions.emplace_back();
-    }
-    descriptions[rowCount].clear();
-    DecodedRow& row = rows[rowCount++];
-    row = DecodedRow();
+    DecodedRow& row = rows.emplace_back();
     row.kind = kind;
     row.time = time;
     return row;
+}
+
+void Decoder::State::pointAtDescriptions()
+{
+    for (size_t index = 0; index < described; ++index)
+        rows[describedRows[index]].description = descriptions[index];
 }
 
 void Decoder::State::signalRow(SignalSet::Entry& entry)
@@ -133,8 +136,14 @@ void Decoder::State::signalRow(SignalSet::Entry& entry)
     row.instance = entry.instance;
     row.value = value;
     row.unit = entry.unit;
-    if (entry.describes)
-        descriptions[rowCount - 1] = entry.signal->getValueDescription(entry.signal->slot->raw);
+    if (!entry.describes)
+        return;
+    if (described == descriptions.size()) {
+        descriptions.emplace_back();
+        describedRows.emplace_back();
+    }
+    descriptions[described] = entry.signal->getValueDescription(entry.signal->slot->raw);
+    describedRows[described++] = rows.size() - 1;
 }
 
 void Decoder::State::triggerRow(size_t trigger)
@@ -199,26 +208,31 @@ void Decoder::open()
 bool Decoder::decodeNext()
 {
     State& state = *state_;
+    state.rows.clear();
+    state.described = 0;
+    state.nextRow = 0;
     if (!state.signals) // not loaded
         return false;
     open();
-    if (state.nextRow == state.rowCount)
-        state.nextRow = state.rowCount = 0;
     if (!state.recordings || !state.recordings->next())
         return false;
     state.message = &state.recordings->message();
     state.decode(*state.message);
+    state.pointAtDescriptions();
     return true;
+}
+
+const std::vector<DecodedRow>& Decoder::rows() const
+{
+    return state_->rows;
 }
 
 bool Decoder::takeRow(DecodedRow& row)
 {
     State& state = *state_;
-    if (state.nextRow == state.rowCount)
+    if (state.nextRow == state.rows.size())
         return false;
-    row = state.rows[state.nextRow];
-    row.description = state.descriptions[state.nextRow];
-    ++state.nextRow;
+    row = state.rows[state.nextRow++];
     return true;
 }
 

@@ -14,8 +14,9 @@
 //
 // or message by message, for callers that want the messages too:
 //
-//   while (decoder.decodeNext())          // decoder.message() is the message
-//       while (decoder.takeRow(row)) ...  // the rows it gave
+//   while (decoder.decodeNext())                       // decoder.message() is the message
+//       for (const DecodedRow& row : decoder.rows())   // the rows it gave
+//           ...
 //
 // Rows come in the order of the tool's output: the signals written by a
 // message (in the order the library reports them), the triggers that fired
@@ -78,10 +79,13 @@ public:
     void open();
 
     // Reads and decodes the next message; false at the end of the
-    // recordings, or when nothing was loaded. Its rows then come from
-    // takeRow().
+    // recordings, or when nothing was loaded. Its rows replace those of the
+    // message before.
     bool decodeNext();
-    // The next row of the messages decoded so far; false when there is none.
+    // The rows of the last message decoded, in order; valid (with the views
+    // they hold) until the next decodeNext().
+    const std::vector<DecodedRow>& rows() const;
+    // The next of those rows not taken yet; false when there is none.
     bool takeRow(DecodedRow& row);
     // The next row, decoding as many messages as it takes; false at the end.
     bool next(DecodedRow& row);
