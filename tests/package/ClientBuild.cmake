@@ -1,11 +1,5 @@
 # Script run by CTest: install, then build and run the client two ways.
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "failed (${result}): ${ARGN}\n${out}\n${err}")
-  endif()
-  set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/PackageSupport.cmake)
 
 function(expect_client_output)
   if(NOT last_output MATCHES "client: Speed = 42 km/h")
@@ -25,16 +19,6 @@ run(${WORK_DIR}/cmake-client/client)
 expect_client_output()
 
 # pkg-config
-file(GLOB_RECURSE pc_files ${prefix}/*/rksignal.pc)
-list(GET pc_files 0 pc_file)
-get_filename_component(pc_dir ${pc_file} DIRECTORY)
-set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-run(pkg-config --cflags --libs rksignal)
-string(STRIP "${last_output}" pc_flags)
-separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
-separate_arguments(extra_flags UNIX_COMMAND "${CXX_FLAGS}")
-get_filename_component(lib_dir ${pc_dir} DIRECTORY)
-run(${CXX_COMPILER} -std=c++17 ${extra_flags} ${CLIENT_DIR}/client.cpp -o ${WORK_DIR}/pc-client ${pc_flags}
-    -pthread -Wl,-rpath,${lib_dir})
+build_with_pkg_config(rksignal ${CLIENT_DIR}/client.cpp ${WORK_DIR}/pc-client)
 run(${WORK_DIR}/pc-client)
 expect_client_output()

@@ -1,13 +1,7 @@
 # Script run by CTest: install, check that every public header of the
 # decoding library compiles on its own, then build the decode client through
 # find_package and through pkg-config and decode the example drive with it.
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "failed (${result}): ${ARGN}\n${out}\n${err}")
-  endif()
-  set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/PackageSupport.cmake)
 
 function(decode_example client)
   run(${client} ${EXAMPLES}/vehicle.dbc ${EXAMPLES}/drive.log)
@@ -36,14 +30,5 @@ run(${CMAKE_COMMAND} -S ${CLIENT_DIR} -B ${WORK_DIR}/cmake-client
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-client)
 decode_example(${WORK_DIR}/cmake-client/decode_client)
 
-file(GLOB_RECURSE pc_files ${prefix}/*/rksignal-decode.pc)
-list(GET pc_files 0 pc_file)
-get_filename_component(pc_dir ${pc_file} DIRECTORY)
-get_filename_component(lib_dir ${pc_dir} DIRECTORY)
-set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-run(pkg-config --cflags --libs rksignal-decode)
-string(STRIP "${last_output}" pc_flags)
-separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
-run(${CXX_COMPILER} -std=c++17 ${extra_flags} ${CLIENT_DIR}/decode_client.cpp -o ${WORK_DIR}/pc-client ${pc_flags}
-    -pthread -Wl,-rpath,${lib_dir})
+build_with_pkg_config(rksignal-decode ${CLIENT_DIR}/decode_client.cpp ${WORK_DIR}/pc-client)
 decode_example(${WORK_DIR}/pc-client)
