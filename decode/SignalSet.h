@@ -1,4 +1,4 @@
-// SignalSet: the signal objects the tool builds from its definitions, in a
+// SignalSet: the signal objects a decoder builds from its definitions, in a
 // storage of their own, with what the output needs of each signal at hand
 // by identifier.
 //

@@ -1,6 +1,6 @@
-// DefinitionSet: the signal definitions read from the tool's definition
-// files (DBC or JSON), one list per signal class, in file order. The tool
-// builds one signal object per record.
+// DefinitionSet: the signal definitions read from definition files (DBC or
+// JSON), one list per signal class, in file order. A decoder builds one
+// signal object per record.
 #pragma once
 
 #include "bus/CANSignal.h"

@@ -1,4 +1,4 @@
-// JsonDefinitions: reads the tool's JSON definitions format, which spells out
+// JsonDefinitions: reads our JSON definitions format, which spells out
 // the definition records of every signal kind field by field (the format is
 // described in docs/definitions.md).
 //

@@ -1,5 +1,6 @@
 // TextCursor: reads tokens from one bounded range of text, never past its
-// end. Shared by the tool's readers (DBC, candump, NMEA and trace lines).
+// end. Shared by the text readers of definitions and recordings (DBC,
+// candump, NMEA and trace lines).
 #pragma once
 
 #include <array>
