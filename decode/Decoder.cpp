@@ -14,7 +14,8 @@ namespace rksignal {
 
 struct Decoder::State {
     State(DecodeOptions options, std::ostream& messages)
-        : options(std::move(options)), pacer(this->options.speed, this->options.beforeWaiting), report(messages), files(report)
+        : options(std::move(options)), pacer(this->options.speed, this->options.beforeWaiting), report(messages),
+          files(report)
     {
         ids.reserve(256);
     }
