@@ -22,6 +22,8 @@ void OutputBuffer::reserve(size_t bytes)
 
 void OutputBuffer::append(std::string_view text)
 {
+    if (text.empty()) // an empty view may hold no pointer at all, which memcpy must not get
+        return;
     reserve(text.size());
     std::memcpy(buffer_.data() + used_, text.data(), text.size());
     used_ += text.size();
