@@ -38,7 +38,7 @@ test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 check: bootstrap
-	cmake -S . -B $(CHECK_BUILD) -DCMAKE_BUILD_TYPE=Debug -DRKSIGNAL_BENCH=OFF \
+	cmake -S . -B $(CHECK_BUILD) -DCMAKE_BUILD_TYPE=Debug -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_WERROR=ON \
 	  "-DCMAKE_CXX_FLAGS=$(SANITIZE)" "-DCMAKE_EXE_LINKER_FLAGS=$(SANITIZE)" \
 	  "-DCMAKE_SHARED_LINKER_FLAGS=$(SANITIZE)"
 	cmake --build $(CHECK_BUILD) -j $(JOBS)
@@ -68,7 +68,7 @@ DEMO_TRIGGERS := --trigger 'Doors.DoorFL == 1 && Doors.Locked == 0' \
 
 demo: build
 	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
-	$(BUILD)/tools/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
+	$(BUILD)/cli/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
 	  $(DEMO_TRIGGERS) examples/drive.log
 	@$(MAKE) --no-print-directory demo-recordings demo-live
 
@@ -76,14 +76,14 @@ demo: build
 # and trace lines of the logger's inputs, decoded together in time order.
 demo-recordings:
 	@echo "== rksignal decode: a capture, an NMEA log and trace lines, merged in time order"
-	$(BUILD)/tools/rksignal decode --defs examples/definitions.json --defs examples/ethernet.json --format table \
+	$(BUILD)/cli/rksignal decode --defs examples/definitions.json --defs examples/ethernet.json --format table \
 	  --signals 'GPS.Speed' --signals 'Logger.*' --signals 'Input.*' --signals 'Gateway.*' \
 	  --trigger 'Chassis.SteeringAngle < -10 && GPS.Speed > 50' --edge \
 	  examples/drive.pcap examples/drive.nmea examples/drive.trace
 
 # The live side: trigger checks, event descriptions, and values handed from a
 # decoding process to a watching one through shared memory.
-RKSIGNAL := $(BUILD)/tools/rksignal
+RKSIGNAL := $(BUILD)/cli/rksignal
 
 demo-live:
 	@echo "== rksignal check: which signals a trigger reads, or why it does not compile"

@@ -15,7 +15,7 @@ python=/usr/bin/python3 # Debian's Python packages are seen by the system Python
 scripts/bootstrap.sh
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DRKSIGNAL_TESTS=OFF >/dev/null
 cmake --build build-bench -j "$(nproc)" --target rksignal_tool >/dev/null
-tool=build-bench/tools/rksignal
+tool=build-bench/cli/rksignal
 
 [ -f "$work/bench.log" ] && [ "$(wc -l < "$work/bench.log")" -eq "$lines" ] ||
   "$python" bench/make_decode_inputs.py "$work" "$lines"

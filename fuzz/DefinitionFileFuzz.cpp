@@ -1,5 +1,7 @@
 #include "DefinitionFileFuzz.h"
 
+using namespace rksignal;
+
 namespace fuzz {
 
 namespace {

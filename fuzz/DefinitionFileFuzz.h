@@ -9,12 +9,14 @@
 #include "FuzzInput.h"
 #include "FuzzSession.h"
 
-#include "tools/SignalSet.h"
+#include "decode/SignalSet.h"
 
 #include <string>
 #include <vector>
 
 namespace fuzz {
+
+using namespace rksignal;
 
 // Keeps the first `count` records of every kind: building thousands of
 // signals per input would only slow the fuzzer down.

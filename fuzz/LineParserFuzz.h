@@ -10,13 +10,15 @@
 #include "FuzzSession.h"
 #include "ToolSignals.h"
 
-#include "tools/LineParser.h"
-#include "tools/RecordedMessage.h"
+#include "recordings/LineParser.h"
+#include "recordings/RecordedMessage.h"
 
 #include <string_view>
 #include <vector>
 
 namespace fuzz {
+
+using namespace rksignal;
 
 inline void parseLines(LineParser& parser, std::string_view text, SignalStorage& storage)
 {

@@ -2,10 +2,12 @@
 
 #include "FuzzSession.h"
 
-#include "tools/JsonDefinitions.h"
+#include "definitions/JsonDefinitions.h"
 
 #include <string>
 #include <vector>
+
+using namespace rksignal;
 
 namespace fuzz {
 

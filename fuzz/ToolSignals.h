@@ -4,9 +4,11 @@
 // write.
 #pragma once
 
-#include "tools/SignalSet.h"
+#include "decode/SignalSet.h"
 
 namespace fuzz {
+
+using namespace rksignal;
 
 // The signals: CAN (classic, FD, multiplexed) on channel 1, LIN, FlexRay,
 // digital, analog, keyboard, logger status and GPS.

@@ -2,7 +2,9 @@
 // every frame it returns, CANSignal::decodeMessage.
 #include "LineParserFuzz.h"
 
-#include "tools/CandumpReader.h"
+#include "recordings/CandumpReader.h"
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

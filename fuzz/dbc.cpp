@@ -2,8 +2,10 @@
 // CAN signals (multiplexed ones filed under their multiplexer values).
 #include "DefinitionFileFuzz.h"
 
-#include "tools/DbcDefinitions.h"
-#include "tools/DbcReader.h"
+#include "definitions/DbcDefinitions.h"
+#include "definitions/DbcReader.h"
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

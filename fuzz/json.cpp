@@ -2,7 +2,9 @@
 // becomes signals of every kind.
 #include "DefinitionFileFuzz.h"
 
-#include "tools/JsonDefinitions.h"
+#include "definitions/JsonDefinitions.h"
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

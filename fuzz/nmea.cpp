@@ -2,7 +2,9 @@
 // fix it puts together, GPSSignal::decodeMessage.
 #include "LineParserFuzz.h"
 
-#include "tools/NmeaReader.h"
+#include "recordings/NmeaReader.h"
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -5,13 +5,15 @@
 #include "FuzzSession.h"
 #include "ToolSignals.h"
 
-#include "tools/PcapRecording.h"
+#include "recordings/PcapRecording.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <string>
 #include <vector>
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -2,7 +2,9 @@
 // usage messages) through the tool's reader and the decoder of each kind.
 #include "LineParserFuzz.h"
 
-#include "tools/TraceLineReader.h"
+#include "recordings/TraceLineReader.h"
+
+using namespace rksignal;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,17 +1,28 @@
-# Script run by CTest, one STEP at a time: install; build and run the client
-# through find_package or pkg-config; compile every installed header alone.
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "failed (${result}): ${ARGN}\n${out}\n${err}")
-  endif()
-  set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+# Script run by CTest, one STEP at a time: install; build and run a client
+# through find_package and pkg-config; compile every installed header alone.
+include(${CMAKE_CURRENT_LIST_DIR}/PackageSupport.cmake)
 
 function(expect_client_output)
   if(NOT last_output MATCHES "client: Speed = 42 km/h")
     message(FATAL_ERROR "unexpected client output: ${last_output}")
   endif()
+endfunction()
+
+function(decode_example client)
+  run(${client} ${EXAMPLES}/vehicle.dbc ${EXAMPLES}/drive.log)
+  # Changed values only, without triggers: examples/drive.expected.csv less
+  # its header and its three TRIGGER rows.
+  if(NOT last_output MATCHES "decode client [0-9.]+: 2870 rows")
+    message(FATAL_ERROR "unexpected output of ${client}: ${last_output}")
+  endif()
+endfunction()
+
+# Configures, builds and runs the client project in `source_dir`, found
+# through find_package, with the failing FlexLexer.h first on the path.
+function(build_with_cmake source_dir build_dir)
+  run(${CMAKE_COMMAND} -S ${source_dir} -B ${build_dir}
+      -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS} -I${no_flex}")
+  run(${CMAKE_COMMAND} --build ${build_dir})
 endfunction()
 
 set(prefix ${WORK_DIR}/prefix)
@@ -26,30 +37,26 @@ if(STEP STREQUAL install)
   file(WRITE ${no_flex}/FlexLexer.h "#error \"<FlexLexer.h> reached from an installed header\"\n")
 
 elseif(STEP STREQUAL cmake_client)
-  run(${CMAKE_COMMAND} -S ${CLIENT_DIR} -B ${WORK_DIR}/cmake-client
-      -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS} -I${no_flex}")
-  run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-client)
+  build_with_cmake(${CLIENT_DIR} ${WORK_DIR}/cmake-client)
   run(${WORK_DIR}/cmake-client/client)
   expect_client_output()
 
 elseif(STEP STREQUAL pkgconfig_client)
-  file(GLOB_RECURSE pc_files ${prefix}/*/rksignal.pc)
-  list(GET pc_files 0 pc_file)
-  get_filename_component(pc_dir ${pc_file} DIRECTORY)
-  set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-  run(pkg-config --cflags --libs rksignal)
-  string(STRIP "${last_output}" pc_flags)
-  separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
-  get_filename_component(lib_dir ${pc_dir} DIRECTORY)
-  run(${CXX_COMPILER} -std=c++17 ${extra_flags} -I${no_flex} ${CLIENT_DIR}/client.cpp -o ${WORK_DIR}/pc-client
-      ${pc_flags} -pthread -Wl,-rpath,${lib_dir})
+  build_with_pkg_config(rksignal ${CLIENT_DIR}/client.cpp ${WORK_DIR}/pc-client -I${no_flex})
   run(${WORK_DIR}/pc-client)
   expect_client_output()
 
+elseif(STEP STREQUAL decode_client)
+  build_with_cmake(${DECODE_CLIENT_DIR} ${WORK_DIR}/cmake-decode-client)
+  decode_example(${WORK_DIR}/cmake-decode-client/decode_client)
+  build_with_pkg_config(rksignal-decode ${DECODE_CLIENT_DIR}/decode_client.cpp ${WORK_DIR}/pc-decode-client
+    -I${no_flex})
+  decode_example(${WORK_DIR}/pc-decode-client)
+
 elseif(STEP STREQUAL headers)
-  # The installed headers are exactly the umbrella headers (rksignal.h, at
-  # the top) and those they include: an internal header that got installed,
-  # or a public one left out of either, shows here.
+  # The installed headers are exactly the umbrella headers (rksignal.h,
+  # rksignal-decode.h, at the top) and those they include: an internal
+  # header that got installed, or a public one left out of either, shows here.
   file(GLOB_RECURSE installed RELATIVE ${includes} ${prefix}/include/*.h)
   file(GLOB umbrellas RELATIVE ${includes} ${includes}/*.h)
   set(expected ${umbrellas})

@@ -1,0 +1,278 @@
+#include "decode/Decoder.h"
+
+#include "decode/FrameTableClaim.h"
+#include "decode/ReplayPacer.h"
+#include "decode/SignalSet.h"
+#include "decode/TriggerSet.h"
+#include "definitions/DefinitionFiles.h"
+#include "recordings/RecordingFiles.h"
+
+#include <algorithm>
+#include <set>
+
+namespace rksignal {
+
+struct Decoder::State {
+    State(DecodeOptions options, std::ostream& messages)
+        : options(std::move(options)), pacer(this->options.speed, this->options.beforeWaiting), report(messages),
+          files(report)
+    {
+        ids.reserve(256);
+    }
+
+    bool mapChannels(std::string& error);
+    bool build(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
+    void decode(const RecordedMessage& message);
+    void signalRow(SignalSet::Entry& entry);
+    void triggerRow(size_t trigger);
+    void checkTimeouts(uint64_t now);
+    DecodedRow& addRow(DecodedRow::Kind kind, uint64_t time);
+    void pointAtDescriptions();
+
+    const DecodeOptions options;
+    FrameTableClaim claim; // released after the signals are gone
+    // Built once the claim is taken: even an empty set empties the frame
+    // tables when it ends.
+    std::unique_ptr<SignalSet> signals;
+    TriggerSet triggers; // after the signals: destroyed before them
+    ReplayPacer pacer;
+    RecordingReport report;
+    RecordingFiles files;                         // after the report it writes to
+    std::unique_ptr<RecordingReader> recordings;  // after the files: destroyed before them
+    bool opened = false;
+    const RecordedMessage* message = nullptr;
+    DecodeCounts counts;
+    std::vector<unsigned long> ids;
+    std::vector<unsigned long> staleIds;
+    std::set<unsigned long> stale;
+    uint64_t nextTimeoutCheck = 0;
+    // The rows of the last message. The value descriptions of its rows live
+    // beside them (the first `described` strings, each keeping its capacity
+    // from message to message, for rows[describedRows[i]]); the rows' views
+    // are pointed at them once the message is decoded.
+    std::vector<DecodedRow> rows;
+    std::vector<std::string> descriptions;
+    std::vector<size_t> describedRows;
+    size_t described = 0;
+    size_t nextRow = 0;
+};
+
+bool Decoder::State::mapChannels(std::string& error)
+{
+    for (const std::string& map : options.channelMaps) {
+        std::string name;
+        uint8_t channel = 0;
+        if (!RecordingFiles::parseChannelMap(map, name, channel)) {
+            error = "--channel " + map + ": expected IFACE=N with N from 0 to 255";
+            return false;
+        }
+        files.mapChannel(name, channel, options.recordings);
+    }
+    return true;
+}
+
+bool Decoder::State::build(const DefinitionSet& definitions, std::vector<std::string>& warnings,
+                           std::string& error)
+{
+    if (!claim.take()) {
+        error = FrameTableClaim::refused;
+        return false;
+    }
+    files.useFlexRaySegments(definitions);
+    signals = std::make_unique<SignalSet>(options.sharedMemory);
+    signals->build(definitions, warnings);
+    signals->select(options.signalPatterns);
+    return triggers.compile(options.triggers, options.edge, *signals, error);
+}
+
+// Every kind of message takes this one path: its decoder, then the rows of
+// the signals written, the triggers that read them and the time-outs.
+void Decoder::State::decode(const RecordedMessage& message)
+{
+    pacer.pace(message.timestamp());
+    ++counts.frames;
+    if (!message.decode(ids, signals->storage()))
+        return;
+    ++counts.framesWithSignals;
+    counts.writes += ids.size();
+    for (unsigned long id : ids) {
+        SignalSet::Entry* entry = signals->find(id);
+        if (entry == nullptr)
+            continue;
+        if (options.rows && entry->shown && (options.allWrites || entry->signal->isModified()))
+            signalRow(*entry);
+        triggers.touch(*entry);
+        if (options.timeoutMs)
+            stale.erase(id);
+    }
+    triggers.evaluate([this](size_t index) {
+        ++counts.triggersFired;
+        if (options.rows)
+            triggerRow(index);
+    });
+    if (options.timeoutMs && message.timestamp() >= nextTimeoutCheck)
+        checkTimeouts(message.timestamp());
+}
+
+DecodedRow& Decoder::State::addRow(DecodedRow::Kind kind, uint64_t time)
+{
+    DecodedRow& row = rows.emplace_back();
+    row.kind = kind;
+    row.time = time;
+    return row;
+}
+
+void Decoder::State::pointAtDescriptions()
+{
+    for (size_t index = 0; index < described; ++index)
+        rows[describedRows[index]].description = descriptions[index];
+}
+
+void Decoder::State::signalRow(SignalSet::Entry& entry)
+{
+    double value = 0;
+    unsigned long timestamp = 0;
+    entry.signal->read(value, timestamp);
+    DecodedRow& row = addRow(DecodedRow::Signal, timestamp);
+    row.instance = entry.instance;
+    row.value = value;
+    row.unit = entry.unit;
+    if (!entry.describes)
+        return;
+    if (described == descriptions.size()) {
+        descriptions.emplace_back();
+        describedRows.emplace_back();
+    }
+    descriptions[described] = entry.signal->getValueDescription(entry.signal->slot->raw);
+    describedRows[described++] = rows.size() - 1;
+}
+
+void Decoder::State::triggerRow(size_t trigger)
+{
+    addRow(DecodedRow::Trigger, triggers.parser(trigger).getLastestTime()).expression = triggers.expression(trigger);
+}
+
+// Signals whose newest value is older than the time-out, each reported once
+// until it is written again.
+void Decoder::State::checkTimeouts(uint64_t now)
+{
+    const uint64_t timeout = options.timeoutMs * 1000u;
+    nextTimeoutCheck = now + std::max<uint64_t>(timeout / 4, 1000);
+    if (now < timeout)
+        return;
+    BaseSignal::checkTimeout(now - timeout, staleIds, &signals->storage());
+    for (unsigned long id : staleIds) {
+        if (!stale.insert(id).second)
+            continue;
+        const SignalSet::Entry* entry = signals->find(id);
+        if (options.rows && entry && entry->shown)
+            addRow(DecodedRow::Timeout, now).instance = entry->instance;
+    }
+}
+
+Decoder::Decoder(DecodeOptions options, std::ostream& messages)
+    : state_(std::make_unique<State>(std::move(options), messages))
+{
+    // A writer removes its segments when it ends, unless asked to leave the
+    // last values for readers that come later.
+    BaseSignal::detachOnly = state_->options.keepSegments;
+}
+
+Decoder::~Decoder() = default;
+
+bool Decoder::load(const std::vector<std::string>& definitionFiles, std::vector<std::string>& warnings,
+                   std::string& error)
+{
+    if (!state_->mapChannels(error))
+        return false;
+    DefinitionSet definitions;
+    std::vector<std::string> read;
+    if (!DefinitionFiles::read(definitionFiles, definitions, read, error))
+        return false;
+    warnings.insert(warnings.end(), read.begin(), read.end());
+    return state_->build(definitions, warnings, error);
+}
+
+bool Decoder::load(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error)
+{
+    return state_->mapChannels(error) && state_->build(definitions, warnings, error);
+}
+
+void Decoder::open()
+{
+    if (state_->opened)
+        return;
+    state_->opened = true;
+    state_->recordings = state_->files.openAll(state_->options.recordings);
+}
+
+bool Decoder::decodeNext()
+{
+    State& state = *state_;
+    state.rows.clear();
+    state.described = 0;
+    state.nextRow = 0;
+    if (!state.signals) // not loaded
+        return false;
+    open();
+    if (!state.recordings || !state.recordings->next())
+        return false;
+    state.message = &state.recordings->message();
+    state.decode(*state.message);
+    state.pointAtDescriptions();
+    return true;
+}
+
+const std::vector<DecodedRow>& Decoder::rows() const
+{
+    return state_->rows;
+}
+
+bool Decoder::takeRow(DecodedRow& row)
+{
+    State& state = *state_;
+    if (state.nextRow == state.rows.size())
+        return false;
+    row = state.rows[state.nextRow++];
+    return true;
+}
+
+bool Decoder::next(DecodedRow& row)
+{
+    while (!takeRow(row))
+        if (!decodeNext())
+            return false;
+    return true;
+}
+
+const RecordedMessage& Decoder::message() const
+{
+    return *state_->message;
+}
+
+const DecodeCounts& Decoder::counts() const
+{
+    return state_->counts;
+}
+
+const RecordingReport& Decoder::report() const
+{
+    return state_->report;
+}
+
+uint64_t Decoder::bytesConsumed() const
+{
+    return state_->recordings ? state_->recordings->bytesConsumed() : 0;
+}
+
+uint64_t Decoder::totalBytes() const
+{
+    return state_->recordings ? state_->recordings->fileSize() : 0;
+}
+
+size_t Decoder::longestShownInstance() const
+{
+    return state_->signals ? state_->signals->longestShownInstance() : 0;
+}
+
+} // namespace rksignal

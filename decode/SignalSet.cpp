@@ -1,0 +1,163 @@
+#include "decode/SignalSet.h"
+
+#include "decode/SharedSegment.h"
+#include "input/AnalogSignal.h"
+#include "input/DigitalSignal.h"
+#include "input/GPSSignal.h"
+#include "input/KeyboardSignal.h"
+#include "input/LoggerStatusSignal.h"
+#include "signal/FrameTable.h"
+#include "signal/MessageSink.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <iostream>
+
+namespace rksignal {
+
+namespace {
+
+constexpr unsigned long rejectedId = ~0UL;
+
+// The library writes some of its lines to standard output, which carries
+// the tool's rows; while signals are built and destroyed those go to
+// standard error instead, through a stream of their own (so that their
+// format flags and flushes touch neither std::cout nor std::cerr).
+class LinesToStandardError : public MessageSink {
+public:
+    std::ostream& stream(MessageStream destination) override
+    {
+        return destination == MessageStream::Error ? std::cerr : output_;
+    }
+
+private:
+    std::ostream output_{std::cerr.rdbuf()};
+};
+
+MessageSink& linesToStandardError()
+{
+    // Never destroyed: a signal set destroyed late at exit still finds it.
+    static LinesToStandardError* const sink = new LinesToStandardError;
+    return *sink;
+}
+
+} // namespace
+
+SignalSet::SignalSet(bool sharedMemory) : sharedMemory_(sharedMemory) {}
+
+SignalSet::~SignalSet()
+{
+    MessageSink::Scope toStandardError(linesToStandardError());
+    // The tool's signals are all the signals of the process, so the
+    // class-wide frame tables hold nothing else: emptying them first spares
+    // each destructor its walk over every entry (quadratic for thousands of
+    // signals, as a large DBC gives).
+    CANSignal::canContainer.clear();
+    LINSignal::linContainer.clear();
+    FlexRaySignal::flexrayFrames.clear();
+    EthernetSignal::ethernetFrames.clear();
+    EthernetSignal::positiveList.clear();
+    EthernetSignal::negativeList.clear();
+    InputSignal::inputContainer.clear();
+    // Children and mirrors go with their parents; the newest first, so that
+    // nothing outlives what it refers to.
+    while (!signals_.empty())
+        signals_.pop_back();
+}
+
+template <class Signal, class Definition>
+void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector<std::string>& problems)
+{
+    for (const Definition& definition : definitions) {
+        if (storage_.instancesByName.count(definition.instance)) {
+            problems.push_back(definition.instance + ": instance name used twice; the second one is left out");
+            continue;
+        }
+        auto signal = std::make_unique<Signal>(definition, sharedMemory_, &storage_);
+        if (signal->id == rejectedId) {
+            // Not even a reader that only detaches leaves its segment behind.
+            SharedSegment::removeIfOnlyEverOurs(signal->shmId);
+            problems.push_back(definition.instance + ": definition rejected by the library (field too wide for "
+                               "its frame or byte range, or unknown predefined name); not decoded");
+            continue;
+        }
+        if constexpr (std::is_same_v<Signal, CANSignal>)
+            if (definition.multiplexed)
+                fileMultiplexed(*signal);
+        signals_.push_back(std::move(signal));
+    }
+}
+
+void SignalSet::fileMultiplexed(CANSignal& signal)
+{
+    const canSignalDef_t& def = signal.definition;
+    const uint64_t frameKey = CANSignal::canKey(def.tslId, def.channel, def.msgId, def.extended, def.canFD);
+    using Frames = FrameTable<uint64_t, CANSignal>;
+    Frames::removeFirst(CANSignal::canContainer, frameKey, &signal);
+    Frames::append(CANSignal::canContainer, frameKey + CANSignal::multiplexerTerm(def.mux), &signal);
+}
+
+void SignalSet::build(const DefinitionSet& definitions, std::vector<std::string>& problems)
+{
+    MessageSink::Scope toStandardError(linesToStandardError());
+    buildAll<CANSignal>(definitions.can, problems);
+    buildAll<LINSignal>(definitions.lin, problems);
+    buildAll<FlexRaySignal>(definitions.flexRay, problems);
+    buildAll<EthernetSignal>(definitions.ethernet, problems);
+    buildAll<DigitalSignal>(definitions.digital, problems);
+    buildAll<AnalogSignal>(definitions.analog, problems);
+    buildAll<KeyboardSignal>(definitions.keyboard, problems);
+    buildAll<LoggerStatusSignal>(definitions.loggerStatus, problems);
+    buildAll<GPSSignal>(definitions.gps, problems);
+    index();
+}
+
+void SignalSet::index()
+{
+    entries_.clear();
+    byNumber_.clear();
+    if (signals_.empty())
+        return;
+    unsigned long lowest = ~0UL, highest = 0;
+    for (const auto& signal : signals_) {
+        lowest = std::min(lowest, signal->id & runningNumberMask);
+        highest = std::max(highest, signal->id & runningNumberMask);
+    }
+    firstNumber_ = lowest;
+    byNumber_.assign(highest - lowest + 1, -1);
+    for (const auto& signal : signals_) {
+        byNumber_[(signal->id & runningNumberMask) - lowest] = int32_t(entries_.size());
+        // GPS signals describe time, date and position by their own rule.
+        const bool describes =
+            !signal->def.valueDescription.empty() || dynamic_cast<const GPSSignal*>(signal.get()) != nullptr;
+        entries_.push_back(Entry{signal.get(), signal->def.instance, signal->def.unit, true, describes, {}});
+    }
+}
+
+void SignalSet::select(const std::vector<std::string>& patterns)
+{
+    for (Entry& entry : entries_)
+        entry.shown = selected(patterns, entry.instance);
+}
+
+bool SignalSet::selected(const std::vector<std::string>& patterns, const std::string& instance)
+{
+    if (patterns.empty())
+        return true;
+    for (const std::string& pattern : patterns)
+        if (fnmatch(pattern.c_str(), instance.c_str(), 0) == 0)
+            return true;
+    return false;
+}
+
+size_t SignalSet::longestShownInstance() const
+{
+    size_t longest = 0;
+    for (const Entry& entry : entries_)
+        if (entry.shown)
+            longest = std::max(longest, entry.instance.size());
+    return longest;
+}
+
+} // namespace rksignal

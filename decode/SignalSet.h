@@ -1,0 +1,79 @@
+// SignalSet: the signal objects a decoder builds from its definitions, in a
+// storage of their own, with what the output needs of each signal at hand
+// by identifier.
+//
+// CAN signals that DBC or JSON mark as multiplexed are filed under their
+// frame's key plus the multiplexer term of their value, so that the decoder's
+// second stage finds them for that multiplexer value only.
+//
+// Not thread-safe; one set per run.
+#pragma once
+
+#include "definitions/DefinitionSet.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rksignal {
+
+class SignalSet {
+public:
+    struct Entry {
+        BaseSignal* signal;
+        std::string instance;
+        std::string unit;
+        bool shown = true;        // selected for output
+        bool describes = false;   // has value descriptions (a table, or GPS's own)
+        std::vector<uint16_t> triggers; // indexes of the triggers that read it
+    };
+
+    explicit SignalSet(bool sharedMemory = false);
+    ~SignalSet();
+    SignalSet(const SignalSet&) = delete;
+    SignalSet& operator=(const SignalSet&) = delete;
+
+    // Builds one signal per record. Definitions the library rejects, and
+    // duplicate instance names, are reported in `problems` and left out.
+    void build(const DefinitionSet& definitions, std::vector<std::string>& problems);
+
+    SignalStorage& storage() { return storage_; }
+    size_t size() const { return entries_.size(); }
+    Entry& entry(size_t index) { return entries_[index]; }
+
+    // The entry of a registered identifier, or null.
+    Entry* find(unsigned long id)
+    {
+        const unsigned long number = id & runningNumberMask;
+        if (number < firstNumber_ || number - firstNumber_ >= byNumber_.size())
+            return nullptr;
+        const int32_t index = byNumber_[number - firstNumber_];
+        return index < 0 ? nullptr : &entries_[size_t(index)];
+    }
+
+    // Shows only the instances that match one of the glob patterns (all when
+    // there are none).
+    void select(const std::vector<std::string>& patterns);
+    // True when `instance` matches one of the glob patterns, or there are none.
+    static bool selected(const std::vector<std::string>& patterns, const std::string& instance);
+    size_t longestShownInstance() const;
+
+private:
+    // Identifiers are a kind bit plus the running number; the kind bits
+    // start at bit 55.
+    static constexpr unsigned long runningNumberMask = (1UL << 55) - 1;
+
+    template <class Signal, class Definition>
+    void buildAll(const std::vector<Definition>& definitions, std::vector<std::string>& problems);
+    void fileMultiplexed(CANSignal& signal);
+    void index();
+
+    bool sharedMemory_;
+    SignalStorage storage_;
+    std::vector<std::unique_ptr<BaseSignal>> signals_;
+    std::vector<Entry> entries_;
+    unsigned long firstNumber_ = 0;
+    std::vector<int32_t> byNumber_;
+};
+
+} // namespace rksignal

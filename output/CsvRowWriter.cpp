@@ -1,0 +1,55 @@
+#include "output/CsvRowWriter.h"
+
+namespace rksignal {
+
+std::unique_ptr<RowWriter> CsvRowWriter::create(OutputBuffer& out, size_t)
+{
+    return std::make_unique<CsvRowWriter>(out);
+}
+
+void CsvRowWriter::begin() { out_.append("time,instance,value,unit,description\n"); }
+
+void CsvRowWriter::field(std::string_view text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+        out_.append(text);
+        return;
+    }
+    out_.append('"');
+    for (char c : text) {
+        if (c == '"')
+            out_.append('"');
+        out_.append(c);
+    }
+    out_.append('"');
+}
+
+void CsvRowWriter::signalRow(const SignalRow& row)
+{
+    out_.append(time_.format(row.time));
+    out_.append(',');
+    field(row.instance);
+    out_.append(',');
+    out_.appendDouble(row.value);
+    out_.append(',');
+    field(row.unit);
+    out_.append(',');
+    field(row.description);
+    out_.append('\n');
+}
+
+void CsvRowWriter::markerRow(uint64_t time, std::string_view marker, std::string_view text)
+{
+    out_.append(time_.format(time));
+    out_.append(',');
+    out_.append(marker);
+    out_.append(",,,");
+    field(text);
+    out_.append('\n');
+}
+
+void CsvRowWriter::triggerRow(uint64_t time, std::string_view expression) { markerRow(time, "TRIGGER", expression); }
+
+void CsvRowWriter::timeoutRow(uint64_t time, std::string_view instance) { markerRow(time, "TIMEOUT", instance); }
+
+} // namespace rksignal

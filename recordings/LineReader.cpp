@@ -1,0 +1,80 @@
+#include "recordings/LineReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace rksignal {
+
+namespace {
+constexpr size_t blockSize = 1 << 20;
+}
+
+LineReader::LineReader(const std::string& path) : buffer_(blockSize)
+{
+    if (path == "-") {
+        fd_ = STDIN_FILENO;
+    } else {
+        fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        ownsFd_ = true;
+    }
+    struct stat info;
+    if (fd_ >= 0 && fstat(fd_, &info) == 0 && S_ISREG(info.st_mode))
+        fileSize_ = uint64_t(info.st_size);
+}
+
+LineReader::~LineReader()
+{
+    if (ownsFd_ && fd_ >= 0)
+        ::close(fd_);
+}
+
+bool LineReader::refill()
+{
+    if (eof_ || fd_ < 0)
+        return false;
+    // Keep the unfinished line, at the start of the buffer.
+    std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+    end_ -= begin_;
+    begin_ = 0;
+    if (end_ == buffer_.size())
+        buffer_.resize(buffer_.size() * 2); // a line longer than a block
+    for (;;) {
+        const ssize_t got = ::read(fd_, buffer_.data() + end_, buffer_.size() - end_);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) {
+            eof_ = true;
+            return false;
+        }
+        end_ += size_t(got);
+        return true;
+    }
+}
+
+bool LineReader::next(std::string_view& line)
+{
+    for (;;) {
+        const char* start = buffer_.data() + begin_;
+        const void* newline = std::memchr(start, '\n', end_ - begin_);
+        if (newline != nullptr || (eof_ && begin_ < end_)) {
+            const size_t length =
+                newline ? size_t(static_cast<const char*>(newline) - start) : end_ - begin_;
+            const size_t taken = newline ? length + 1 : length;
+            line = std::string_view(start, length);
+            if (!line.empty() && line.back() == '\r')
+                line.remove_suffix(1);
+            begin_ += taken;
+            consumed_ += taken;
+            ++lineNumber_;
+            return true;
+        }
+        if (!refill() && (begin_ >= end_))
+            return false;
+    }
+}
+
+} // namespace rksignal

@@ -1,0 +1,103 @@
+#include "recordings/RecordingFiles.h"
+
+#include "definitions/DefinitionSet.h"
+#include "recordings/CandumpReader.h"
+#include "recordings/RecordingFormats.h"
+#include "recordings/RecordingMerge.h"
+
+#include <map>
+
+namespace rksignal {
+
+namespace {
+
+constexpr uint8_t defaultFileChannel = 1;
+constexpr size_t flexRaySlots = 2048;
+
+std::string fileName(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+} // namespace
+
+struct RecordingFiles::State {
+    explicit State(RecordingReport& report) : report(report) {}
+
+    RecordingReport& report;
+    CandumpReader candump;
+    std::map<std::string, uint8_t> fileChannels;
+    std::vector<bool> staticSlots;
+};
+
+RecordingFiles::RecordingFiles(RecordingReport& report) : state_(std::make_unique<State>(report)) {}
+
+RecordingFiles::~RecordingFiles() = default;
+
+const char* RecordingFiles::formatOf(const std::string& path)
+{
+    return RecordingFormats::of(path).name;
+}
+
+bool RecordingFiles::parseChannelMap(const std::string& text, std::string& name, uint8_t& channel)
+{
+    const size_t equals = text.rfind('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 >= text.size())
+        return false;
+    const std::string number = text.substr(equals + 1);
+    if (number.size() > 3 || number.find_first_not_of("0123456789") != std::string::npos || std::stoul(number) > 255)
+        return false;
+    name = text.substr(0, equals);
+    channel = uint8_t(std::stoul(number));
+    return true;
+}
+
+void RecordingFiles::mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings)
+{
+    bool file = false;
+    for (const std::string& path : recordings)
+        if ((path == name || fileName(path) == name) && RecordingFormats::of(path).channelPerFile) {
+            state_->fileChannels[path] = channel;
+            file = true;
+        }
+    if (!file)
+        state_->candump.mapInterface(name, channel);
+}
+
+void RecordingFiles::useFlexRaySegments(const DefinitionSet& definitions)
+{
+    state_->staticSlots.assign(flexRaySlots, false);
+    for (const flexRaySignalDef_t& signal : definitions.flexRay)
+        for (const flexRayPosition_t& position : signal.positions)
+            if (position.type)
+                state_->staticSlots[position.slot % flexRaySlots] = true;
+}
+
+std::unique_ptr<RecordingReader> RecordingFiles::open(const std::string& path, std::string& error)
+{
+    const auto channel = state_->fileChannels.find(path);
+    const RecordingSetup setup{state_->report,
+                               channel == state_->fileChannels.end() ? defaultFileChannel : channel->second,
+                               state_->staticSlots, state_->candump};
+    return RecordingFormats::of(path).open(path, setup, error);
+}
+
+std::unique_ptr<RecordingReader> RecordingFiles::openAll(const std::vector<std::string>& paths)
+{
+    std::vector<std::unique_ptr<RecordingReader>> readers;
+    for (const std::string& path : paths) {
+        std::string error;
+        if (auto reader = open(path, error))
+            readers.push_back(std::move(reader));
+        else
+            state_->report.error(path, error);
+    }
+    if (readers.size() == 1)
+        return std::move(readers.front());
+    if (readers.empty())
+        return nullptr;
+    return std::make_unique<RecordingMerge>(std::move(readers));
+}
+
+} // namespace rksignal
