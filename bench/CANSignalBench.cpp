@@ -1,8 +1,11 @@
 // Decoding CAN, CAN FD (with PDUs) and LIN frames from a table of frames,
 // and the raw-record pre-filter. Each iteration decodes one frame, cycling
 // through the table so that the key lookup works on the whole map.
+// BM_workload decodes the frames of the floor's workload into signals of the
+// same layouts; its results are checked against the floor's records first.
 // Counters: "per_signal" is the time per signal written, "allocs" the heap
 // allocations per frame (expected 0: `ids` has its capacity).
+#include "FloorWorkload.h"
 #include "bus/CANSignal.h"
 #include "bus/LINSignal.h"
 
@@ -154,6 +157,109 @@ void BM_CANDecode(benchmark::State& state)
     countPerSignal(state, before);
 }
 
+// The workload's 100 messages x 8 signals as CAN signals, with a table from
+// identifier to signal such as a client keeps to act on the ids reported.
+struct WorkloadSignals {
+    explicit WorkloadSignals(bool shared)
+    {
+        Quiet quiet;
+        const FloorWorkload& workload = FloorWorkload::get();
+        for (size_t m = 0; m < workload.messages.size(); ++m) {
+            const WorkloadMessage& message = workload.messages[m];
+            for (size_t k = 0; k < message.signals.size(); ++k) {
+                const WorkloadSignal& field = message.signals[k];
+                canSignalDef_t def;
+                def.instance = instanceName("workload", int(m), int(k), shared);
+                def.signal = "bench";
+                def.msgId = message.canId;
+                def.extended = message.extended;
+                def.startbit = field.startbit;
+                def.bits = field.bits;
+                def.endian = field.bigEndian;
+                def.type = field.isSigned ? SIGNAL_SIGNED : SIGNAL_UNSIGNED;
+                def.scale = field.factor;
+                def.offset = field.offset;
+                signals.push_back(std::make_unique<CANSignal>(def, shared, &storage));
+            }
+        }
+        firstId = signals.front()->id;
+        for (auto& signal : signals)
+            byId.push_back(signal.get());
+    }
+    ~WorkloadSignals()
+    {
+        Quiet quiet;
+        for (auto& signal : signals) {
+            const std::string path = "/tmp/" + signal->def.instance;
+            const bool shared = signal->shmem;
+            signal.reset();
+            if (shared)
+                std::remove(path.c_str());
+        }
+    }
+
+    BaseSignal* signalOf(unsigned long id) const { return byId[id - firstId]; }
+
+    // Whether decoding the first `frames` frames gives every signal the
+    // floor's value and time stamp.
+    bool agreesWithFloor(size_t frames)
+    {
+        const FloorWorkload& workload = FloorWorkload::get();
+        FloorDecoder floor(workload);
+        std::vector<unsigned long> ids;
+        for (size_t f = 0; f < frames; ++f) {
+            floor.decode(workload.frames[f]);
+            CANSignal::decodeMessage(workload.frames[f], ids, 0, &storage);
+        }
+        for (size_t i = 0; i < signals.size(); ++i) {
+            const FloorDecoder::Record& expected =
+                floor.record(int(i / FloorWorkload::signalsPerMessage), int(i % FloorWorkload::signalsPerMessage));
+            double value = 0;
+            unsigned long timestamp = 0;
+            const bool valid = signals[i]->read(value, timestamp);
+            if (valid != expected.valid || (valid && (value != expected.value || timestamp != expected.timestamp)))
+                return false;
+        }
+        return true;
+    }
+
+    SignalStorage storage;
+    std::vector<std::unique_ptr<CANSignal>> signals;
+    std::vector<BaseSignal*> byId;
+    unsigned long firstId = 0;
+};
+
+// Arguments: shm (0 private slots, 1 shared-memory slots), read (1: also
+// read the physical value of every signal reported, as a client does).
+void BM_workload(benchmark::State& state)
+{
+    const bool readBack = state.range(1) != 0;
+    WorkloadSignals table(state.range(0) != 0);
+    if (!table.agreesWithFloor(10000)) {
+        state.SkipWithError("the library's values differ from the floor's");
+        return;
+    }
+    const std::vector<CANExtTraceMessage>& frames = FloorWorkload::get().frames;
+    std::vector<unsigned long> ids;
+    ids.reserve(64);
+    size_t next = 0;
+    double sum = 0;
+    const long before = allocations;
+    for (auto _ : state) {
+        CANSignal::decodeMessage(frames[next], ids, 0, &table.storage);
+        if (readBack)
+            for (unsigned long id : ids) {
+                double value = 0;
+                unsigned long timestamp = 0;
+                if (table.signalOf(id)->read(value, timestamp))
+                    sum += value;
+            }
+        next = next + 1 == frames.size() ? 0 : next + 1;
+    }
+    benchmark::DoNotOptimize(sum);
+    countPerSignal(state, before);
+}
+
 void BM_CANSignalsInUse(benchmark::State& state)
 {
     CanTable table(false, false);
@@ -201,6 +307,7 @@ void BM_LINDecode(benchmark::State& state)
 
 } // namespace
 
+BENCHMARK(BM_workload)->ArgsProduct({{0, 1}, {0, 1}})->ArgNames({"shm", "read"});
 BENCHMARK(BM_CANDecode)->ArgsProduct({{0, 1}, {0, 1}})->ArgNames({"fd_pdu", "shm"});
 BENCHMARK(BM_CANSignalsInUse);
 BENCHMARK(BM_LINDecode);

@@ -72,6 +72,17 @@ void BM_getExpResult(benchmark::State& state)
     state.counters["steps"] = static_cast<double>(parser.program.size());
 }
 
+// getTrigger on the same expression, in level mode (0) and edge mode (1).
+void BM_getTrigger(benchmark::State& state)
+{
+    BenchSignals s(10);
+    ExpParser parser(tenSignals, state.range(0) != 0, &s.storage);
+    const size_t before = allocations;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(parser.getTrigger());
+    reportAllocations(state, before);
+}
+
 void BM_getTriggerEdge(benchmark::State& state)
 {
     BenchSignals s(1);
@@ -100,5 +111,6 @@ void BM_construct(benchmark::State& state)
 } // namespace
 
 BENCHMARK(BM_getExpResult);
+BENCHMARK(BM_getTrigger)->Arg(0)->Arg(1)->ArgName("edge");
 BENCHMARK(BM_getTriggerEdge);
 BENCHMARK(BM_construct);
