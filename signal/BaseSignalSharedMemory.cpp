@@ -122,10 +122,9 @@ void BaseSignal::releaseSharedMemory()
     }
 }
 
-void BaseSignal::lock()
+void BaseSignal::lockContended(int result)
 {
-    for (;;) {
-        const int result = pthread_mutex_trylock(&slot->mutex);
+    for (;; result = pthread_mutex_trylock(&slot->mutex)) {
         if (result == 0)
             return;
         if (result != EBUSY) {
@@ -139,9 +138,7 @@ void BaseSignal::lock()
     }
 }
 
-void BaseSignal::unlock()
+void BaseSignal::reportUnlockFailure(int result) const
 {
-    const int result = pthread_mutex_unlock(&slot->mutex);
-    if (result != 0)
-        MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
+    MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
 }
