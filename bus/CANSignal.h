@@ -63,7 +63,13 @@ public:
     // carries out of bit 63, an identifier with bit 30 or 31 adds into the
     // flags. Clients that file signals under a multiplexer value add
     // multiplexerTerm(value) to it.
-    static uint64_t canKey(uint8_t tslId, uint8_t channel, uint32_t msgId, bool extended, bool canFD);
+    static uint64_t canKey(uint8_t tslId, uint8_t channel, uint32_t msgId, bool extended, bool canFD)
+    {
+        return kindBit + (uint64_t(tslId) << 56) + (uint64_t(channel) << 32) + (extended ? uint64_t(1) << 31 : 0) +
+               (canFD ? uint64_t(1) << 30 : 0) + msgId;
+    }
+    // The kind bit of CAN identifiers and frame keys.
+    static constexpr uint64_t kindBit = 0x8000000000000000ULL;
     static uint64_t multiplexerTerm(uint64_t multiplexerValue) { return (multiplexerValue + 1) << 40; }
 
     static std::map<uint64_t, std::vector<CANSignal*>> canContainer;

@@ -3,8 +3,10 @@
 #include "bus/FlexRaySignal.h"
 
 #include "bus/ByteRange.h"
+#include "signal/FramePlan.h"
 #include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/PlannedSignal.h"
 #include "signal/SignalRegistration.h"
 
 #include <algorithm>
@@ -25,6 +27,9 @@ constexpr unsigned maxBits = 64;
 constexpr uint8_t staticFrameKind = 16;
 constexpr uint8_t dynamicFrameKind = 17;
 constexpr size_t pduHeaderBytes = 4;
+
+// flexrayFrames as the per-frame path reads it.
+FramePlan<PlannedSignal<FlexRaySignal>> plan;
 
 // A stored FlexRay record carries the frame kind at byte 14, the channel at
 // 15, the slot big-endian at 19 and 20 and the cycle at 24. Records too short
@@ -284,8 +289,9 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
     // Signals are filed only for the cycles their positions occur in, so
     // this one lookup is also the cycle match.
     const uint64_t key = frameKey(tslId, frm.channel, frm.slot, frm.cycle, frm.frameKind == staticFrameKind);
-    const auto entry = flexrayFrames.find(key);
-    if (entry == flexrayFrames.end()) {
+    FramePlan<PlannedSignal<FlexRaySignal>>::Run run;
+    if (!plan.find(flexrayFrames, key, [](FlexRaySignal* signal) { return PlannedSignal<FlexRaySignal>(signal); },
+                   run)) {
         if (debug)
             MessageLine::debug(className, "decodeMessage", "id = ", std::hex, key, std::dec, " not found");
         return false;
@@ -296,23 +302,24 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
     // Byte ranges are tested against the data size; the bytes are read from
     // the payload, so a shorter payload limits them too.
     const size_t limit = std::min(evenLengthLimit(frm.data.size()), frm.payload.size());
-    for (FlexRaySignal* signal : entry->second) {
+    for (auto step = run.begin; step != run.end; ++step) {
+        const FlexRaySignal& signal = *step->signal;
         if (debug)
-            MessageLine::debug(className, "decodeMessage", "Signal = ", signal->def.instance);
+            MessageLine::debug(className, "decodeMessage", "Signal = ", signal.def.instance);
         unsigned offset = 0;
-        if (!signal->locateField(frm, offset))
+        if (!signal.locateField(frm, offset))
             continue;
-        const flexRayPosition_t& position = signal->definition.positions.front();
+        const flexRayPosition_t& position = signal.definition.positions.front();
         const size_t first = offset + position.startByte;
         if (first + position.numBytes > limit) {
             if (debug)
-                MessageLine::debug(className, "decodeMessage", signal->def.instance, ": payload to small");
+                MessageLine::debug(className, "decodeMessage", signal.def.instance, ": payload to small");
             continue;
         }
         if (debug)
             MessageLine::hexdump(frm.payload.data(), frm.payload.size());
-        signal->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
-        ids.push_back(signal->id);
+        step->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
+        ids.push_back(signal.id);
     }
     return !ids.empty();
 }
