@@ -151,6 +151,22 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
     }
 }
 
+// Everything but the common case, out of line so that the loop over a
+// frame's signals keeps its registers: debug lines, CAN FD ranges, PDUs,
+// subclasses, multiplexers.
+__attribute__((noinline)) void decodeSignal(const Step& step, const Frame& frame, uint64_t& key,
+                                            std::vector<unsigned long>& ids)
+{
+    CANSignal& signal = *step.signal;
+    if (BaseSignal::debug)
+        MessageLine::debug(cls, op, "Signal = ", signal.def.instance, ", id = 0x", std::hex, key, std::dec);
+    if (!writeFrom(step, frame))
+        return;
+    ids.push_back(signal.id);
+    if (signal.d_layout.multiplexer)
+        decodeMultiplexed(signal, frame, key, ids);
+}
+
 uint64_t frameKey(const CANExtTraceMessage& ctm, uint8_t tslId)
 {
     const bool extended = ctm.frameFormat == 1 || ctm.frameFormat == 3;
@@ -190,19 +206,12 @@ bool CANSignal::decodeMessage(const CANExtTraceMessage& ctm, std::vector<unsigne
     const Frame frame(ctm);
     const bool quiet = debug == 0;
     for (const Step* step = run.begin; step != run.end; ++step) {
-        CANSignal& signal = *step->signal;
         if (quiet && step->plainClassic) {
-            signal.writeDirect(frame.classicWord, ctm.timestamp);
-            ids.push_back(signal.id);
-            continue;
+            step->signal->writeDirect(frame.classicWord, ctm.timestamp);
+            ids.push_back(step->signal->id);
+        } else {
+            decodeSignal(*step, frame, key, ids);
         }
-        if (debug)
-            MessageLine::debug(cls, op, "Signal = ", signal.def.instance, ", id = 0x", std::hex, key, std::dec);
-        if (!writeFrom(*step, frame))
-            continue;
-        ids.push_back(signal.id);
-        if (signal.d_layout.multiplexer)
-            decodeMultiplexed(signal, frame, key, ids);
     }
     return !ids.empty();
 }

@@ -166,8 +166,10 @@ private:
     // mispredicted branches would cost more than the extraction itself.
     uint64_t extract(uint64_t payload) const
     {
+        // Selected by a mask, not a conditional: compilers turn the latter
+        // into the branch this is meant to avoid.
         const uint64_t swapped = __builtin_bswap64(payload);
-        uint64_t acc = d_wordBigEndian ? swapped : payload;
+        uint64_t acc = payload ^ ((payload ^ swapped) & (uint64_t(0) - uint64_t(d_wordBigEndian)));
         if (__builtin_expect(!d_inWord, 0))
             acc = accumulateBytes(payload);
         const uint64_t item = (acc >> d_wordShift) & d_maksBits;
