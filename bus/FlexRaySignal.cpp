@@ -252,31 +252,42 @@ bool FlexRaySignal::signalsInUse(const unsigned char* record, const unsigned cha
     return inUse;
 }
 
-bool FlexRaySignal::locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const
+bool FlexRaySignal::locatePdu(const FlexRayExtTraceMessage& frm, uint32_t pduId, unsigned& offset) const
+{
+    if (debug)
+        MessageLine::debug(className, "decodeMessage", "search for PDU ", std::dec, pduId);
+    size_t header = 0;
+    if (!findPdu(frm, pduId, header)) {
+        if (debug)
+            MessageLine::debug(className, "decodeMessage", "PDU of ", def.instance, " not found");
+        return false;
+    }
+    offset = static_cast<uint16_t>(header + pduHeaderBytes);
+    if (debug)
+        MessageLine::debug(className, "decodeMessage", "pduPayload = ", std::dec, offset);
+    // Within a PDU the update bit is not consulted.
+    return true;
+}
+
+// Inline, with the PDU search and the debug lines out of line: most fields
+// sit at a fixed place, and this runs for every signal of every frame.
+inline bool FlexRaySignal::locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const
 {
     const flexRayPosition_t& position = definition.positions.front();
     offset = 0;
-    if (position.pduId) {
-        if (debug)
-            MessageLine::debug(className, "decodeMessage", "search for PDU ", std::dec, *position.pduId);
-        size_t header = 0;
-        if (!findPdu(frm, *position.pduId, header)) {
-            if (debug)
-                MessageLine::debug(className, "decodeMessage", "PDU of ", def.instance, " not found");
-            return false;
-        }
-        offset = static_cast<uint16_t>(header + pduHeaderBytes);
-        if (debug)
-            MessageLine::debug(className, "decodeMessage", "pduPayload = ", std::dec, offset);
-        // Within a PDU the update bit is not consulted.
-        return true;
-    }
+    if (position.pduId)
+        return locatePdu(frm, *position.pduId, offset);
     if (position.updateBit && !updateBitSet(frm.payload, *position.updateBit)) {
         if (debug)
-            MessageLine::debug(className, "decodeMessage", def.instance, ": update bit not set");
+            traceSkipped(": update bit not set");
         return false;
     }
     return true;
+}
+
+__attribute__((noinline, cold)) void FlexRaySignal::traceSkipped(const char* why) const
+{
+    MessageLine::debug(className, "decodeMessage", def.instance, why);
 }
 
 bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector<unsigned long>& ids,
@@ -302,9 +313,10 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
     // Byte ranges are tested against the data size; the bytes are read from
     // the payload, so a shorter payload limits them too.
     const size_t limit = std::min(evenLengthLimit(frm.data.size()), frm.payload.size());
+    const bool traced = debug != 0;
     for (auto step = run.begin; step != run.end; ++step) {
         const FlexRaySignal& signal = *step->signal;
-        if (debug)
+        if (traced)
             MessageLine::debug(className, "decodeMessage", "Signal = ", signal.def.instance);
         unsigned offset = 0;
         if (!signal.locateField(frm, offset))
@@ -312,11 +324,11 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
         const flexRayPosition_t& position = signal.definition.positions.front();
         const size_t first = offset + position.startByte;
         if (first + position.numBytes > limit) {
-            if (debug)
-                MessageLine::debug(className, "decodeMessage", signal.def.instance, ": payload to small");
+            if (traced)
+                signal.traceSkipped(": payload to small");
             continue;
         }
-        if (debug)
+        if (traced)
             MessageLine::hexdump(frm.payload.data(), frm.payload.size());
         step->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
         ids.push_back(signal.id);

@@ -92,6 +92,9 @@ private:
     // The payload offset of this signal's field, or false when it is not in
     // this frame (PDU missing, update bit clear).
     bool locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const;
+    bool locatePdu(const FlexRayExtTraceMessage& frm, uint32_t pduId, unsigned& offset) const;
+    // The debug line of a signal passed over: its instance, then `why`.
+    void traceSkipped(const char* why) const;
 };
 
 std::ostream& operator<<(std::ostream& os, const flexRayPosition_t& position);

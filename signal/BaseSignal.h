@@ -231,11 +231,21 @@ inline uint64_t BaseSignal::payloadWord(const unsigned char* data, unsigned long
     // The payload word is little endian, as the host is: byte 0 lands in the
     // low byte, and the bytes past the length stay zero.
     static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
+    // Short lengths with fixed-size loads (overlapping where the length is
+    // not a power of two) rather than a call of memcpy for a few bytes.
     uint64_t payload = 0;
-    if (length >= sizeof payload)
-        std::memcpy(&payload, data, sizeof payload);
-    else if (length > 0)
-        std::memcpy(&payload, data, length);
+    if (length >= 8) {
+        std::memcpy(&payload, data, 8);
+    } else if (length >= 4) {
+        uint32_t low = 0;
+        uint32_t high = 0;
+        std::memcpy(&low, data, 4);
+        std::memcpy(&high, data + length - 4, 4);
+        payload = low | uint64_t(high) << (8 * (length - 4));
+    } else if (length > 0) {
+        payload = uint64_t(data[0]) | uint64_t(data[length / 2]) << (8 * (length / 2)) |
+                  uint64_t(data[length - 1]) << (8 * (length - 1));
+    }
     return payload;
 }
 
