@@ -77,6 +77,7 @@ public:
     // into their bit fields.
     static uint64_t frameKey(uint8_t tslId, uint8_t channel, uint16_t slot, uint8_t cycle, bool isStatic);
 
+    // Read by decodeMessage through a FramePlan, as CANSignal::canContainer.
     static FrameMap flexrayFrames;
 
     std::vector<FlexRaySignal*> children; // owned

@@ -48,6 +48,7 @@ public:
     // The kind bit of LIN identifiers and frame keys.
     static constexpr uint64_t kindBit = 0x4000000000000000ULL;
 
+    // Read by decodeMessage through a FramePlan, as CANSignal::canContainer.
     static std::map<uint64_t, std::vector<LINSignal*>> linContainer;
 
     linSignalDef_t definition;

@@ -64,7 +64,7 @@ private:
         // The acquire pairs with the release of rebuild: a lookup that sees
         // the plan current also sees everything the rebuild wrote.
         return builtAt_.load(std::memory_order_acquire) != FrameTableEdits::count() ||
-               keys_.load(std::memory_order_relaxed) != table.size();
+               keys_.load(std::memory_order_relaxed) != table.size() || entries_.empty();
     }
 
     template <class Map, class MakeStep>
@@ -99,7 +99,7 @@ private:
     // key, whose fields (identifier, channel, flags) sit far apart.
     size_t slotOf(uint64_t key) const { return size_t((key * 0x9e3779b97f4a7c15ULL) >> shift_); }
 
-    // Empty until the first lookup, which always rebuilds.
+    // Empty until the first lookup, which therefore always rebuilds.
     std::vector<Entry> entries_;
     std::vector<Step> steps_;
     size_t mask_ = 0;
