@@ -43,6 +43,19 @@ struct Quiet {
     std::streambuf* saved;
 };
 
+// Destroys the signals, and the key files of those in shared memory.
+void destroy(std::vector<std::unique_ptr<CANSignal>>& signals)
+{
+    Quiet quiet;
+    for (auto& signal : signals) {
+        const std::string path = "/tmp/" + signal->def.instance;
+        const bool shared = signal->shmem;
+        signal.reset();
+        if (shared)
+            std::remove(path.c_str());
+    }
+}
+
 // A table of frames with eight signals each: classic frames with one byte
 // per signal, or 64-byte CAN FD frames with four PDUs of two 32-bit signals.
 struct CanTable {
@@ -68,17 +81,7 @@ struct CanTable {
             messages.push_back(fd ? fdFrame(msgId) : classicFrame(msgId));
         }
     }
-    ~CanTable()
-    {
-        Quiet quiet;
-        for (auto& signal : signals) {
-            const std::string path = "/tmp/" + signal->def.instance;
-            const bool shared = signal->shmem;
-            signal.reset();
-            if (shared)
-                std::remove(path.c_str());
-        }
-    }
+    ~CanTable() { destroy(signals); }
 
     static CANExtTraceMessage classicFrame(uint32_t msgId)
     {
@@ -166,17 +169,7 @@ struct WorkloadSignals {
         for (auto& signal : signals)
             byId.push_back(signal.get());
     }
-    ~WorkloadSignals()
-    {
-        Quiet quiet;
-        for (auto& signal : signals) {
-            const std::string path = "/tmp/" + signal->def.instance;
-            const bool shared = signal->shmem;
-            signal.reset();
-            if (shared)
-                std::remove(path.c_str());
-        }
-    }
+    ~WorkloadSignals() { destroy(signals); }
 
     BaseSignal* signalOf(unsigned long id) const { return byId[id - firstId]; }
 

@@ -157,6 +157,12 @@ private:
     bool fieldInsidePayload() const;
     uint64_t accumulateBytes(unsigned long payload) const;
 
+    // Stores `item` with `timestamp` under the slot lock, marks the slot
+    // valid and the signal modified when the value changed. Traced: calls
+    // `beforeStore` before the store (the decode lines of write) and writes
+    // the value line of `operation` after it.
+    template <bool Traced, class BeforeStore>
+    bool storeValue(uint64_t item, unsigned long timestamp, const char* operation, BeforeStore beforeStore);
     template <bool Traced>
     bool writeWord(uint64_t payload, unsigned long timestamp);
     // The field of `payload`. Straight from the payload word (byte-swapped
@@ -206,24 +212,33 @@ inline void BaseSignal::decode(unsigned long payload)
     slot->raw = item;
 }
 
-template <bool Traced>
-inline bool BaseSignal::writeWord(uint64_t payload, unsigned long timestamp)
+template <bool Traced, class BeforeStore>
+inline bool BaseSignal::storeValue(uint64_t item, unsigned long timestamp, const char* operation,
+                                   BeforeStore beforeStore)
 {
     if (shmem)
         lock();
     slot->timestamp = timestamp;
     const uint64_t old = slot->raw;
-    const uint64_t item = extract(payload);
     if (Traced)
-        traceDecode(payload, item);
+        beforeStore();
     slot->raw = item;
     slot->valid = true;
     modified = item != old;
     if (Traced)
-        traceValue("write", modified);
+        traceValue(operation, modified);
     if (shmem)
         unlock();
     return true;
+}
+
+template <bool Traced>
+inline bool BaseSignal::writeWord(uint64_t payload, unsigned long timestamp)
+{
+    // Extracting before the lock changes nothing: it reads only the payload
+    // and the signal's own fields.
+    const uint64_t item = extract(payload);
+    return storeValue<Traced>(item, timestamp, "write", [&] { traceDecode(payload, item); });
 }
 
 inline uint64_t BaseSignal::payloadWord(const unsigned char* data, unsigned long length)

@@ -159,18 +159,9 @@ bool BaseSignal::write(const unsigned char* data, unsigned long length, unsigned
 
 bool BaseSignal::writeRaw(unsigned long raw, unsigned long timestamp)
 {
-    if (shmem)
-        lock();
-    const uint64_t old = slot->raw;
-    slot->timestamp = timestamp;
-    slot->raw = raw;
-    slot->valid = true;
-    modified = raw != old;
-    if (debug)
-        traceValue("writeRaw", modified);
-    if (shmem)
-        unlock();
-    return true;
+    const auto nothingBefore = [] {};
+    return debug ? storeValue<true>(raw, timestamp, "writeRaw", nothingBefore)
+                 : storeValue<false>(raw, timestamp, "writeRaw", nothingBefore);
 }
 
 bool BaseSignal::writeTS(unsigned long timestamp)
