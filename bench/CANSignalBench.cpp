@@ -1,8 +1,12 @@
 // Decoding CAN, CAN FD (with PDUs) and LIN frames from a table of frames,
 // and the raw-record pre-filter. Each iteration decodes one frame, cycling
 // through the table so that the key lookup works on the whole map.
+// BM_workload decodes the frames of the floor's workload into signals of the
+// same layouts; its results are checked against the floor's records first.
 // Counters: "per_signal" is the time per signal written, "allocs" the heap
 // allocations per frame (expected 0: `ids` has its capacity).
+#include "AllocationCount.h"
+#include "FloorWorkload.h"
 #include "bus/CANSignal.h"
 #include "bus/LINSignal.h"
 
@@ -11,33 +15,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
-
-namespace {
-std::atomic<long> allocations{0};
-}
-
-// Counting replacements of the global allocation functions. GCC cannot see
-// that new and delete below pair malloc with free, hence the pragma.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -60,6 +42,19 @@ struct Quiet {
     ~Quiet() { std::cout.rdbuf(saved); }
     std::streambuf* saved;
 };
+
+// Destroys the signals, and the key files of those in shared memory.
+void destroy(std::vector<std::unique_ptr<CANSignal>>& signals)
+{
+    Quiet quiet;
+    for (auto& signal : signals) {
+        const std::string path = "/tmp/" + signal->def.instance;
+        const bool shared = signal->shmem;
+        signal.reset();
+        if (shared)
+            std::remove(path.c_str());
+    }
+}
 
 // A table of frames with eight signals each: classic frames with one byte
 // per signal, or 64-byte CAN FD frames with four PDUs of two 32-bit signals.
@@ -86,17 +81,7 @@ struct CanTable {
             messages.push_back(fd ? fdFrame(msgId) : classicFrame(msgId));
         }
     }
-    ~CanTable()
-    {
-        Quiet quiet;
-        for (auto& signal : signals) {
-            const std::string path = "/tmp/" + signal->def.instance;
-            const bool shared = signal->shmem;
-            signal.reset();
-            if (shared)
-                std::remove(path.c_str());
-        }
-    }
+    ~CanTable() { destroy(signals); }
 
     static CANExtTraceMessage classicFrame(uint32_t msgId)
     {
@@ -128,12 +113,12 @@ struct CanTable {
     std::vector<CANExtTraceMessage> messages;
 };
 
+// Allocations first: adding a counter allocates itself.
 void countPerSignal(benchmark::State& state, long allocationsBefore)
 {
+    state.counters["allocs"] = allocationsSince(allocationsBefore);
     state.counters["per_signal"] =
         benchmark::Counter(signalsPerFrame, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-    state.counters["allocs"] = benchmark::Counter(double(allocations - allocationsBefore),
-                                                  benchmark::Counter::kAvgIterations);
 }
 
 void BM_CANDecode(benchmark::State& state)
@@ -143,7 +128,8 @@ void BM_CANDecode(benchmark::State& state)
     ids.reserve(64);
     size_t next = 0;
     unsigned long timestamp = 0;
-    const long before = allocations;
+    CANSignal::decodeMessage(table.messages[0], ids, 0, &table.storage); // the decode plan is built once
+    const long before = allocationCount();
     for (auto _ : state) {
         CANExtTraceMessage& ctm = table.messages[next];
         ctm.timestamp = ++timestamp;
@@ -151,6 +137,99 @@ void BM_CANDecode(benchmark::State& state)
         benchmark::DoNotOptimize(CANSignal::decodeMessage(ctm, ids, 0, &table.storage));
         next = next + 1 == table.messages.size() ? 0 : next + 1;
     }
+    countPerSignal(state, before);
+}
+
+// The workload's 100 messages x 8 signals as CAN signals, with a table from
+// identifier to signal such as a client keeps to act on the ids reported.
+struct WorkloadSignals {
+    explicit WorkloadSignals(bool shared)
+    {
+        Quiet quiet;
+        const FloorWorkload& workload = FloorWorkload::get();
+        for (size_t m = 0; m < workload.messages.size(); ++m) {
+            const WorkloadMessage& message = workload.messages[m];
+            for (size_t k = 0; k < message.signals.size(); ++k) {
+                const WorkloadSignal& field = message.signals[k];
+                canSignalDef_t def;
+                def.instance = instanceName("workload", int(m), int(k), shared);
+                def.signal = "bench";
+                def.msgId = message.canId;
+                def.extended = message.extended;
+                def.startbit = field.startbit;
+                def.bits = field.bits;
+                def.endian = field.bigEndian;
+                def.type = field.isSigned ? SIGNAL_SIGNED : SIGNAL_UNSIGNED;
+                def.scale = field.factor;
+                def.offset = field.offset;
+                signals.push_back(std::make_unique<CANSignal>(def, shared, &storage));
+            }
+        }
+        firstId = signals.front()->id;
+        for (auto& signal : signals)
+            byId.push_back(signal.get());
+    }
+    ~WorkloadSignals() { destroy(signals); }
+
+    BaseSignal* signalOf(unsigned long id) const { return byId[id - firstId]; }
+
+    // Whether decoding the first `frames` frames gives every signal the
+    // floor's value and time stamp.
+    bool agreesWithFloor(size_t frames)
+    {
+        const FloorWorkload& workload = FloorWorkload::get();
+        FloorDecoder floor(workload);
+        std::vector<unsigned long> ids;
+        for (size_t f = 0; f < frames; ++f) {
+            floor.decode(workload.frames[f]);
+            CANSignal::decodeMessage(workload.frames[f], ids, 0, &storage);
+        }
+        for (size_t i = 0; i < signals.size(); ++i) {
+            const FloorDecoder::Record& expected =
+                floor.record(int(i / FloorWorkload::signalsPerMessage), int(i % FloorWorkload::signalsPerMessage));
+            double value = 0;
+            unsigned long timestamp = 0;
+            const bool valid = signals[i]->read(value, timestamp);
+            if (valid != expected.valid || (valid && (value != expected.value || timestamp != expected.timestamp)))
+                return false;
+        }
+        return true;
+    }
+
+    SignalStorage storage;
+    std::vector<std::unique_ptr<CANSignal>> signals;
+    std::vector<BaseSignal*> byId;
+    unsigned long firstId = 0;
+};
+
+// Arguments: shm (0 private slots, 1 shared-memory slots), read (1: also
+// read the physical value of every signal reported, as a client does).
+void BM_workload(benchmark::State& state)
+{
+    const bool readBack = state.range(1) != 0;
+    WorkloadSignals table(state.range(0) != 0);
+    if (!table.agreesWithFloor(10000)) {
+        state.SkipWithError("the library's values differ from the floor's");
+        return;
+    }
+    const std::vector<CANExtTraceMessage>& frames = FloorWorkload::get().frames;
+    std::vector<unsigned long> ids;
+    ids.reserve(64);
+    size_t next = 0;
+    double sum = 0;
+    const long before = allocationCount();
+    for (auto _ : state) {
+        CANSignal::decodeMessage(frames[next], ids, 0, &table.storage);
+        if (readBack)
+            for (unsigned long id : ids) {
+                double value = 0;
+                unsigned long timestamp = 0;
+                if (table.signalOf(id)->read(value, timestamp))
+                    sum += value;
+            }
+        next = next + 1 == frames.size() ? 0 : next + 1;
+    }
+    benchmark::DoNotOptimize(sum);
     countPerSignal(state, before);
 }
 
@@ -191,7 +270,8 @@ void BM_LINDecode(benchmark::State& state)
     std::vector<unsigned long> ids;
     ids.reserve(64);
     size_t next = 0;
-    const long before = allocations;
+    LINSignal::decodeMessage(messages[0], ids, 0, &storage); // the decode plan is built once
+    const long before = allocationCount();
     for (auto _ : state) {
         benchmark::DoNotOptimize(LINSignal::decodeMessage(messages[next], ids, 0, &storage));
         next = (next + 1) % messages.size();
@@ -201,6 +281,7 @@ void BM_LINDecode(benchmark::State& state)
 
 } // namespace
 
+BENCHMARK(BM_workload)->ArgsProduct({{0, 1}, {0, 1}})->ArgNames({"shm", "read"});
 BENCHMARK(BM_CANDecode)->ArgsProduct({{0, 1}, {0, 1}})->ArgNames({"fd_pdu", "shm"});
 BENCHMARK(BM_CANSignalsInUse);
 BENCHMARK(BM_LINDecode);

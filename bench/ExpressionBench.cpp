@@ -1,33 +1,13 @@
 // Trigger expressions: evaluation, edge triggering and construction.
 // The "allocs" counter is the number of heap allocations per iteration.
+#include "AllocationCount.h"
 #include "expression/ExpParser.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
-
-namespace {
-
-size_t allocations = 0;
-
-} // namespace
-
-// Out of line, so that the compiler does not pair its built-in knowledge of
-// operator new with the free() below.
-__attribute__((noinline)) void* operator new(size_t size)
-{
-    ++allocations;
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-
-__attribute__((noinline)) void operator delete(void* p) noexcept { std::free(p); }
-__attribute__((noinline)) void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -52,10 +32,9 @@ struct BenchSignals {
 const char* const tenSignals = "s0 + s1 * 2 > s2 - 3 && s3 / 4 <= 100 - 1 || -s4 + s5 % 7 == 0 && !(s6 >= 1) || "
                                "s7 * s8 - s9 != 5";
 
-void reportAllocations(benchmark::State& state, size_t before)
+void reportAllocations(benchmark::State& state, long before)
 {
-    state.counters["allocs"] =
-        benchmark::Counter(static_cast<double>(allocations - before), benchmark::Counter::kAvgIterations);
+    state.counters["allocs"] = allocationsSince(before);
 }
 
 void BM_getExpResult(benchmark::State& state)
@@ -63,7 +42,7 @@ void BM_getExpResult(benchmark::State& state)
     BenchSignals s(10);
     ExpParser parser(tenSignals, false, &s.storage);
     bool result = false;
-    const size_t before = allocations;
+    const long before = allocationCount();
     for (auto _ : state) {
         benchmark::DoNotOptimize(parser.getExpResult(result));
         benchmark::DoNotOptimize(result);
@@ -72,12 +51,23 @@ void BM_getExpResult(benchmark::State& state)
     state.counters["steps"] = static_cast<double>(parser.program.size());
 }
 
+// getTrigger on the same expression, in level mode (0) and edge mode (1).
+void BM_getTrigger(benchmark::State& state)
+{
+    BenchSignals s(10);
+    ExpParser parser(tenSignals, state.range(0) != 0, &s.storage);
+    const long before = allocationCount();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(parser.getTrigger());
+    reportAllocations(state, before);
+}
+
 void BM_getTriggerEdge(benchmark::State& state)
 {
     BenchSignals s(1);
     ExpParser parser("s0 > 50", true, &s.storage);
     unsigned long value = 0;
-    const size_t before = allocations;
+    const long before = allocationCount();
     for (auto _ : state) {
         s.signals[0]->write(value, value);
         value ^= 200; // rises on every other evaluation
@@ -89,7 +79,7 @@ void BM_getTriggerEdge(benchmark::State& state)
 void BM_construct(benchmark::State& state)
 {
     BenchSignals s(2);
-    const size_t before = allocations;
+    const long before = allocationCount();
     for (auto _ : state) {
         ExpParser parser("s0 > 50 && s1 == 1", false, &s.storage);
         benchmark::DoNotOptimize(parser.program.data());
@@ -100,5 +90,6 @@ void BM_construct(benchmark::State& state)
 } // namespace
 
 BENCHMARK(BM_getExpResult);
+BENCHMARK(BM_getTrigger)->Arg(0)->Arg(1)->ArgName("edge");
 BENCHMARK(BM_getTriggerEdge);
 BENCHMARK(BM_construct);

@@ -1,5 +1,7 @@
 // Decoding one static FlexRay frame that carries 8 one-byte signals.
 // Argument: layout (0 plain byte ranges, 1 with update bits, 2 one PDU per signal).
+// The "allocs" counter is the number of heap allocations per frame.
+#include "AllocationCount.h"
 #include "bus/FlexRaySignal.h"
 
 #include <benchmark/benchmark.h>
@@ -80,11 +82,13 @@ void BM_decodeStaticFrame(benchmark::State& state)
     // The first signal's byte changes on every frame, so one write a frame
     // reports a change.
     uint8_t& changing = bench.frm.payload[state.range(0) == Pdus ? 4 : 0];
+    const long before = allocationCount();
     for (auto _ : state) {
         ++changing;
         ++bench.frm.timestamp;
         benchmark::DoNotOptimize(FlexRaySignal::decodeMessage(bench.frm, ids, 0));
     }
+    state.counters["allocs"] = allocationsSince(before); // first: adding a counter allocates itself
     state.SetItemsProcessed(state.iterations() * signalCount);
 }
 

@@ -1,5 +1,7 @@
 // The input decoders on the per-message path: GPIO and analog readings with
 // 16 signals on one key, and a GPS message with RMC and GGA sentences.
+// The "allocs" counter is the number of heap allocations per message.
+#include "AllocationCount.h"
 #include "input/AnalogSignal.h"
 #include "input/DigitalSignal.h"
 #include "input/GPSSignal.h"
@@ -40,11 +42,13 @@ void BM_gpio16(benchmark::State& state)
     msg.elements.push_back({4, {}, 0x5a5a, 0xffff});
     std::vector<unsigned long> ids;
     ids.reserve(signalsOnKey);
+    const long before = allocationCount();
     for (auto _ : state) {
         ++msg.timestamp;
         msg.elements[0].value ^= 0xffff;
         benchmark::DoNotOptimize(InputSignal::decodeMessage(msg, ids, 1, &storage));
     }
+    state.counters["allocs"] = allocationsSince(before);
 }
 
 // Argument: value type of the 16 signals.
@@ -65,11 +69,13 @@ void BM_analog16(benchmark::State& state)
     msg.elements.push_back(element);
     std::vector<unsigned long> ids;
     ids.reserve(signalsOnKey);
+    const long before = allocationCount();
     for (auto _ : state) {
         ++msg.timestamp;
         ++msg.elements[0].mantissa;
         benchmark::DoNotOptimize(InputSignal::decodeMessage(msg, ids, 1));
     }
+    state.counters["allocs"] = allocationsSince(before);
 }
 
 void BM_gpsRmcGga(benchmark::State& state)
@@ -84,10 +90,12 @@ void BM_gpsRmcGga(benchmark::State& state)
                "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47\r\n";
     std::vector<unsigned long> ids;
     ids.reserve(GPSSignal::gps_ids.size());
+    const long before = allocationCount();
     for (auto _ : state) {
         ++msg.timestamp;
         benchmark::DoNotOptimize(GPSSignal::decodeMessage(msg, ids, &storage));
     }
+    state.counters["allocs"] = allocationsSince(before);
 }
 
 } // namespace

@@ -10,7 +10,6 @@ std::map<uint64_t, std::vector<CANSignal*>> CANSignal::canContainer;
 
 namespace {
 
-constexpr uint64_t canKindBit = 0x8000000000000000ULL;
 constexpr uint64_t rejectedId = ~uint64_t(0);
 constexpr unsigned maxRangeBytes = 8;
 constexpr unsigned maxFieldBits = 64;
@@ -42,9 +41,9 @@ CANSignal::CANSignal(const canSignalDef_t& signalDef, bool shm, SignalStorage* s
     d_layout.startByte = definition.startByte;
     d_layout.numBytes = definition.numBytes;
 
-    if (!SignalRegistration::enter(this, canKindBit, this->storage->canSignals)) {
-        MessageLine::writeUnterminated(MessageStream::Output, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x",
-                                       std::hex, id, " already exists", std::dec);
+    if (!SignalRegistration::enter(this, kindBit, this->storage->canSignals)) {
+        MessageLine::writeUnterminated(MessageStream::Output, MessageLine::Error, "CANSignal", "CANSignal", "gpId 0x", std::hex,
+                                       id, " already exists", std::dec);
         id = rejectedId;
         return;
     }
@@ -76,12 +75,6 @@ void CANSignal::traceCreated(const canSignalDef_t& signalDef, bool newKey, uint6
                        definition.multiplexer ? "(multiplexer) " : "",
                        definition.multiplexed ? "(multiplexed, mux = " : "", std::dec,
                        definition.multiplexed ? std::to_string(definition.mux) + ") " : std::string(), *this);
-}
-
-uint64_t CANSignal::canKey(uint8_t tslId, uint8_t channel, uint32_t msgId, bool extended, bool canFD)
-{
-    return canKindBit + (uint64_t(tslId) << 56) + (uint64_t(channel) << 32) + (extended ? uint64_t(1) << 31 : 0) +
-           (canFD ? uint64_t(1) << 30 : 0) + msgId;
 }
 
 bool CANSignal::checkSignalDefinition(canSignalDef_t& def)

@@ -6,6 +6,9 @@
 // `decodeMessage` finds all signals of a received frame with one lookup.
 // Classic signals are decoded from the first eight payload bytes; CAN FD
 // signals from a byte range of at most eight bytes found at construction.
+// The decoder writes signals of exactly this class without the virtual calls
+// of write; a subclass that overrides write is called as always (so do the
+// LIN, FlexRay and Ethernet decoders).
 //
 // Thread safety: construction, destruction and `canContainer` are not
 // synchronised; build and destroy signals while nothing decodes. Decoding may
@@ -63,9 +66,18 @@ public:
     // carries out of bit 63, an identifier with bit 30 or 31 adds into the
     // flags. Clients that file signals under a multiplexer value add
     // multiplexerTerm(value) to it.
-    static uint64_t canKey(uint8_t tslId, uint8_t channel, uint32_t msgId, bool extended, bool canFD);
+    static uint64_t canKey(uint8_t tslId, uint8_t channel, uint32_t msgId, bool extended, bool canFD)
+    {
+        return kindBit + (uint64_t(tslId) << 56) + (uint64_t(channel) << 32) + (extended ? uint64_t(1) << 31 : 0) +
+               (canFD ? uint64_t(1) << 30 : 0) + msgId;
+    }
+    // The kind bit of CAN identifiers and frame keys.
+    static constexpr uint64_t kindBit = 0x8000000000000000ULL;
     static uint64_t multiplexerTerm(uint64_t multiplexerValue) { return (multiplexerValue + 1) << 40; }
 
+    // decodeMessage reads this table through a FramePlan: a client that
+    // changes the vector of a key in place after decoding has started calls
+    // FrameTableEdits::note() (other edits are seen by themselves).
     static std::map<uint64_t, std::vector<CANSignal*>> canContainer;
 
     // What the decoder reads of `definition` (after the CAN FD check), kept

@@ -1,13 +1,15 @@
 // CANSignal::decodeMessage: the per-frame path of CAN and CAN FD signals.
 //
-// Runs for every received frame: one map lookup per frame (two with a
-// multiplexer), no allocation, and debug formatting only behind a test of the
-// debug level. A frame may claim any length up to 255; nothing here reads
-// outside its 64-byte payload array.
+// Runs for every received frame: one hash lookup in the decode plan of
+// canContainer per frame (two with a multiplexer), no allocation, and debug
+// formatting only behind a test of the debug level. A frame may claim any
+// length up to 255; nothing here reads outside its 64-byte payload array.
 #include "bus/CANSignal.h"
 
+#include "signal/FramePlan.h"
 #include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/PlannedSignal.h"
 
 #include <algorithm>
 
@@ -35,7 +37,7 @@ unsigned long classicLength(uint8_t length)
 struct Frame {
     explicit Frame(const CANExtTraceMessage& message)
         : ctm(message), received(std::min<unsigned>(message.length, payloadCapacity)),
-          classicCode(classicLength(message.length))
+          classicCode(classicLength(message.length)), classicWord(BaseSignal::payloadWord(message.payload, classicCode))
     {
     }
 
@@ -44,7 +46,25 @@ struct Frame {
     const CANExtTraceMessage& ctm;
     unsigned received;         // the bytes received that exist in the payload array
     unsigned long classicCode; // the length classic signals are written with
+    uint64_t classicWord;      // what the write of classic signals decodes
 };
+
+// A signal of the decode plan, with the common case marked: a signal written
+// directly, classic, and no multiplexer.
+struct Step : PlannedSignal<CANSignal> {
+    explicit Step(CANSignal* s)
+        : PlannedSignal(s), plainClassic(direct && !s->d_layout.canFD && !s->d_layout.multiplexer)
+    {
+    }
+    bool plainClassic;
+};
+
+FramePlan<Step> plan;
+
+bool findPlanned(uint64_t key, FramePlan<Step>::Run& run)
+{
+    return plan.find(CANSignal::canContainer, key, [](CANSignal* signal) { return Step(signal); }, run);
+}
 
 // Offset of the data of PDU `pduId` among the bytes received, or -1. Only a
 // header's start is checked against the length, so a header in the last three
@@ -59,15 +79,15 @@ int findPdu(const Frame& frame, uint32_t pduId)
     return -1;
 }
 
-// Writes `signal` from the frame; false when it was skipped (PDU missing,
-// byte range beyond the bytes received).
-bool writeFrom(CANSignal& signal, const Frame& frame)
+// Writes the step's signal from the frame; false when it was skipped (PDU
+// missing, byte range beyond the bytes received).
+bool writeFrom(const Step& step, const Frame& frame)
 {
+    CANSignal& signal = *step.signal;
     const CANSignal::FrameLayout& layout = signal.d_layout;
     if (!layout.canFD) {
         // Located by startbit over the frame, i.e. within its first 8 bytes.
-        // Through the byte-array write, which subclasses may override.
-        signal.write(frame.ctm.payload, frame.classicCode, frame.ctm.timestamp);
+        step.write(frame.ctm.payload, frame.classicCode, frame.classicWord, frame.ctm.timestamp);
         return true;
     }
 
@@ -88,7 +108,7 @@ bool writeFrom(CANSignal& signal, const Frame& frame)
             MessageLine::debug(cls, op, signal.def.instance, ": payload to small");
         return false;
     }
-    signal.write(frame.ctm.payload + first, layout.numBytes, frame.ctm.timestamp);
+    step.write(frame.ctm.payload + first, layout.numBytes, frame.ctm.timestamp);
     return true;
 }
 
@@ -105,15 +125,16 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
     if (BaseSignal::debug)
         MessageLine::debug(cls, op, "mux = ", std::dec, raw, ", id = 0x", std::hex, key, std::dec);
 
-    const auto entry = CANSignal::canContainer.find(key);
-    if (entry == CANSignal::canContainer.end()) {
+    FramePlan<Step>::Run second;
+    if (!findPlanned(key, second)) {
         if (BaseSignal::debug)
             MessageLine::debug(cls, op, multiplexer.def.instance,
                                ": Multiplexed CAN message not in canMessageContainer: ", frame.ctm);
         return;
     }
 
-    for (CANSignal* signal : entry->second) {
+    for (const Step* step = second.begin; step != second.end; ++step) {
+        CANSignal* signal = step->signal;
         if (BaseSignal::debug)
             MessageLine::debug(cls, op, "Multiplexed signal = ", signal->def.instance, ", id = 0x", std::hex, key,
                                std::dec);
@@ -122,12 +143,28 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
             // reported. Only the part of the range inside the array is read.
             const unsigned first = std::min<unsigned>(signal->d_layout.startByte, payloadCapacity);
             const unsigned count = std::min<unsigned>(signal->d_layout.numBytes, payloadCapacity - first);
-            signal->write(frame.ctm.payload + first, count, frame.ctm.timestamp);
+            step->write(frame.ctm.payload + first, count, frame.ctm.timestamp);
         } else {
-            signal->write(frame.ctm.payload, frame.classicCode, frame.ctm.timestamp);
+            step->write(frame.ctm.payload, frame.classicCode, frame.classicWord, frame.ctm.timestamp);
             ids.push_back(signal->id);
         }
     }
+}
+
+// Everything but the common case, out of line so that the loop over a
+// frame's signals keeps its registers: debug lines, CAN FD ranges, PDUs,
+// subclasses, multiplexers.
+__attribute__((noinline)) void decodeSignal(const Step& step, const Frame& frame, uint64_t& key,
+                                            std::vector<unsigned long>& ids)
+{
+    CANSignal& signal = *step.signal;
+    if (BaseSignal::debug)
+        MessageLine::debug(cls, op, "Signal = ", signal.def.instance, ", id = 0x", std::hex, key, std::dec);
+    if (!writeFrom(step, frame))
+        return;
+    ids.push_back(signal.id);
+    if (signal.d_layout.multiplexer)
+        decodeMultiplexed(signal, frame, key, ids);
 }
 
 uint64_t frameKey(const CANExtTraceMessage& ctm, uint8_t tslId)
@@ -158,8 +195,8 @@ bool CANSignal::decodeMessage(const CANExtTraceMessage& ctm, std::vector<unsigne
             FrameTable<uint64_t, CANSignal>::dump(canContainer, cls, op);
     }
 
-    const auto entry = canContainer.find(key);
-    if (entry == canContainer.end()) {
+    FramePlan<Step>::Run run;
+    if (!findPlanned(key, run)) {
         if (debug >= 2)
             MessageLine::debug(cls, op, "CAN message not in canMessageContainer: ", ctm, ", id = ", std::hex, key,
                                std::dec);
@@ -167,14 +204,14 @@ bool CANSignal::decodeMessage(const CANExtTraceMessage& ctm, std::vector<unsigne
     }
 
     const Frame frame(ctm);
-    for (CANSignal* signal : entry->second) {
-        if (debug)
-            MessageLine::debug(cls, op, "Signal = ", signal->def.instance, ", id = 0x", std::hex, key, std::dec);
-        if (!writeFrom(*signal, frame))
-            continue;
-        ids.push_back(signal->id);
-        if (signal->d_layout.multiplexer)
-            decodeMultiplexed(*signal, frame, key, ids);
+    const bool quiet = debug == 0;
+    for (const Step* step = run.begin; step != run.end; ++step) {
+        if (quiet && step->plainClassic) {
+            step->signal->writeDirect(frame.classicWord, ctm.timestamp);
+            ids.push_back(step->signal->id);
+        } else {
+            decodeSignal(*step, frame, key, ids);
+        }
     }
     return !ids.empty();
 }

@@ -7,6 +7,7 @@
 #include "bus/EthernetSignal.h"
 
 #include "signal/MessageLine.h"
+#include "signal/PlannedSignal.h"
 
 namespace {
 
@@ -172,7 +173,7 @@ void EthernetSignal::decodeFrom(const unsigned char* frame, unsigned long length
             MessageLine::debug(className, "decode", definition.instance, ": payload to small");
         return;
     }
-    write(frame + valueStart, pos.numBytes, time);
+    PlannedSignal<EthernetSignal>(this).write(frame + valueStart, pos.numBytes, time);
     ids.push_back(id);
 }
 

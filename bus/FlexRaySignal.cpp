@@ -3,8 +3,10 @@
 #include "bus/FlexRaySignal.h"
 
 #include "bus/ByteRange.h"
+#include "signal/FramePlan.h"
 #include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/PlannedSignal.h"
 #include "signal/SignalRegistration.h"
 
 #include <algorithm>
@@ -25,6 +27,9 @@ constexpr unsigned maxBits = 64;
 constexpr uint8_t staticFrameKind = 16;
 constexpr uint8_t dynamicFrameKind = 17;
 constexpr size_t pduHeaderBytes = 4;
+
+// flexrayFrames as the per-frame path reads it.
+FramePlan<PlannedSignal<FlexRaySignal>> plan;
 
 // A stored FlexRay record carries the frame kind at byte 14, the channel at
 // 15, the slot big-endian at 19 and 20 and the cycle at 24. Records too short
@@ -247,31 +252,42 @@ bool FlexRaySignal::signalsInUse(const unsigned char* record, const unsigned cha
     return inUse;
 }
 
-bool FlexRaySignal::locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const
+bool FlexRaySignal::locatePdu(const FlexRayExtTraceMessage& frm, uint32_t pduId, unsigned& offset) const
+{
+    if (debug)
+        MessageLine::debug(className, "decodeMessage", "search for PDU ", std::dec, pduId);
+    size_t header = 0;
+    if (!findPdu(frm, pduId, header)) {
+        if (debug)
+            MessageLine::debug(className, "decodeMessage", "PDU of ", def.instance, " not found");
+        return false;
+    }
+    offset = static_cast<uint16_t>(header + pduHeaderBytes);
+    if (debug)
+        MessageLine::debug(className, "decodeMessage", "pduPayload = ", std::dec, offset);
+    // Within a PDU the update bit is not consulted.
+    return true;
+}
+
+// Inline, with the PDU search and the debug lines out of line: most fields
+// sit at a fixed place, and this runs for every signal of every frame.
+inline bool FlexRaySignal::locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const
 {
     const flexRayPosition_t& position = definition.positions.front();
     offset = 0;
-    if (position.pduId) {
-        if (debug)
-            MessageLine::debug(className, "decodeMessage", "search for PDU ", std::dec, *position.pduId);
-        size_t header = 0;
-        if (!findPdu(frm, *position.pduId, header)) {
-            if (debug)
-                MessageLine::debug(className, "decodeMessage", "PDU of ", def.instance, " not found");
-            return false;
-        }
-        offset = static_cast<uint16_t>(header + pduHeaderBytes);
-        if (debug)
-            MessageLine::debug(className, "decodeMessage", "pduPayload = ", std::dec, offset);
-        // Within a PDU the update bit is not consulted.
-        return true;
-    }
+    if (position.pduId)
+        return locatePdu(frm, *position.pduId, offset);
     if (position.updateBit && !updateBitSet(frm.payload, *position.updateBit)) {
         if (debug)
-            MessageLine::debug(className, "decodeMessage", def.instance, ": update bit not set");
+            traceSkipped(": update bit not set");
         return false;
     }
     return true;
+}
+
+__attribute__((noinline, cold)) void FlexRaySignal::traceSkipped(const char* why) const
+{
+    MessageLine::debug(className, "decodeMessage", def.instance, why);
 }
 
 bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector<unsigned long>& ids,
@@ -284,8 +300,9 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
     // Signals are filed only for the cycles their positions occur in, so
     // this one lookup is also the cycle match.
     const uint64_t key = frameKey(tslId, frm.channel, frm.slot, frm.cycle, frm.frameKind == staticFrameKind);
-    const auto entry = flexrayFrames.find(key);
-    if (entry == flexrayFrames.end()) {
+    FramePlan<PlannedSignal<FlexRaySignal>>::Run run;
+    if (!plan.find(flexrayFrames, key, [](FlexRaySignal* signal) { return PlannedSignal<FlexRaySignal>(signal); },
+                   run)) {
         if (debug)
             MessageLine::debug(className, "decodeMessage", "id = ", std::hex, key, std::dec, " not found");
         return false;
@@ -296,23 +313,25 @@ bool FlexRaySignal::decodeMessage(const FlexRayExtTraceMessage& frm, std::vector
     // Byte ranges are tested against the data size; the bytes are read from
     // the payload, so a shorter payload limits them too.
     const size_t limit = std::min(evenLengthLimit(frm.data.size()), frm.payload.size());
-    for (FlexRaySignal* signal : entry->second) {
-        if (debug)
-            MessageLine::debug(className, "decodeMessage", "Signal = ", signal->def.instance);
+    const bool traced = debug != 0;
+    for (auto step = run.begin; step != run.end; ++step) {
+        const FlexRaySignal& signal = *step->signal;
+        if (traced)
+            MessageLine::debug(className, "decodeMessage", "Signal = ", signal.def.instance);
         unsigned offset = 0;
-        if (!signal->locateField(frm, offset))
+        if (!signal.locateField(frm, offset))
             continue;
-        const flexRayPosition_t& position = signal->definition.positions.front();
+        const flexRayPosition_t& position = signal.definition.positions.front();
         const size_t first = offset + position.startByte;
         if (first + position.numBytes > limit) {
-            if (debug)
-                MessageLine::debug(className, "decodeMessage", signal->def.instance, ": payload to small");
+            if (traced)
+                signal.traceSkipped(": payload to small");
             continue;
         }
-        if (debug)
+        if (traced)
             MessageLine::hexdump(frm.payload.data(), frm.payload.size());
-        signal->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
-        ids.push_back(signal->id);
+        step->write(frm.payload.data() + first, position.numBytes, frm.timestamp);
+        ids.push_back(signal.id);
     }
     return !ids.empty();
 }

@@ -77,6 +77,7 @@ public:
     // into their bit fields.
     static uint64_t frameKey(uint8_t tslId, uint8_t channel, uint16_t slot, uint8_t cycle, bool isStatic);
 
+    // Read by decodeMessage through a FramePlan, as CANSignal::canContainer.
     static FrameMap flexrayFrames;
 
     std::vector<FlexRaySignal*> children; // owned
@@ -92,6 +93,9 @@ private:
     // The payload offset of this signal's field, or false when it is not in
     // this frame (PDU missing, update bit clear).
     bool locateField(const FlexRayExtTraceMessage& frm, unsigned& offset) const;
+    bool locatePdu(const FlexRayExtTraceMessage& frm, uint32_t pduId, unsigned& offset) const;
+    // The debug line of a signal passed over: its instance, then `why`.
+    void traceSkipped(const char* why) const;
 };
 
 std::ostream& operator<<(std::ostream& os, const flexRayPosition_t& position);

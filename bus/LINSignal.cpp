@@ -1,7 +1,9 @@
 #include "bus/LINSignal.h"
 
+#include "signal/FramePlan.h"
 #include "signal/FrameTable.h"
 #include "signal/MessageLine.h"
+#include "signal/PlannedSignal.h"
 #include "signal/SignalRegistration.h"
 
 std::map<uint64_t, std::vector<LINSignal*>> LINSignal::linContainer;
@@ -9,17 +11,18 @@ std::map<uint64_t, std::vector<LINSignal*>> LINSignal::linContainer;
 namespace {
 
 const char cls[] = "LINSignal";
-constexpr uint64_t linKindBit = 0x4000000000000000ULL;
-constexpr uint32_t identifierBits = 63;
+
+// linContainer as the per-frame path reads it.
+FramePlan<PlannedSignal<LINSignal>> plan;
 
 } // namespace
 
 LINSignal::LINSignal(const linSignalDef_t& signalDef, bool shm, SignalStorage* storage)
     : BaseSignal(signalDef, shm, storage), definition(signalDef)
 {
-    if (!SignalRegistration::enter(this, linKindBit, this->storage->linSignals)) {
-        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id,
-                           " already exists", std::dec);
+    if (!SignalRegistration::enter(this, kindBit, this->storage->linSignals)) {
+        MessageLine::write(MessageStream::Output, MessageLine::Error, cls, cls, "gpId 0x", std::hex, id, " already exists",
+                           std::dec);
         id = ~uint64_t(0);
         return;
     }
@@ -34,11 +37,6 @@ LINSignal::~LINSignal()
     if (!SignalRegistration::leave(this, storage->linSignals, linContainer))
         MessageLine::write(MessageStream::Output, MessageLine::Error, cls, "~LINSignal", def.instance,
                            "instance not found in vector");
-}
-
-uint64_t LINSignal::linKey(uint8_t tslId, uint8_t channel, uint32_t msgId)
-{
-    return linKindBit + (uint64_t(tslId) << 16) + (uint64_t(channel) << 8) + (msgId & identifierBits);
 }
 
 bool LINSignal::signalsInUse(const unsigned char* record, const unsigned char*, unsigned char tslId,
@@ -57,8 +55,8 @@ bool LINSignal::decodeMessage(const LINTraceMessage& ltm, std::vector<unsigned l
         return false;
 
     const uint64_t key = linKey(tslId, ltm.channel, ltm.protectedId);
-    const auto entry = linContainer.find(key);
-    if (entry == linContainer.end()) {
+    FramePlan<PlannedSignal<LINSignal>>::Run run;
+    if (!plan.find(linContainer, key, [](LINSignal* signal) { return PlannedSignal<LINSignal>(signal); }, run)) {
         // The text names the CAN table and the number is always 0: clients
         // match on this line as it has long been written.
         if (debug >= 2)
@@ -69,14 +67,15 @@ bool LINSignal::decodeMessage(const LINTraceMessage& ltm, std::vector<unsigned l
 
     // The byte count is kept in 8 bits, as the frame's length field is.
     const uint8_t length = static_cast<uint8_t>(ltm.data.size());
-    for (LINSignal* signal : entry->second) {
+    const uint64_t payload = BaseSignal::payloadWord(ltm.data.data(), length);
+    for (auto step = run.begin; step != run.end; ++step) {
         if (debug)
-            MessageLine::debug(cls, "decodeMessage", "Signal = ", signal->def.instance, ", id = 0x", std::hex, key,
-                               std::dec);
+            MessageLine::debug(cls, "decodeMessage", "Signal = ", step->signal->def.instance, ", id = 0x", std::hex,
+                               key, std::dec);
         if (length == 0)
             continue;
-        signal->write(ltm.data.data(), length, ltm.timestamp);
-        ids.push_back(signal->id);
+        step->write(ltm.data.data(), length, payload, ltm.timestamp);
+        ids.push_back(step->signal->id);
     }
     return !ids.empty();
 }

@@ -41,8 +41,14 @@ public:
                               SignalStorage* storage = nullptr);
 
     // The frame key; the parity bits of a protected identifier drop out.
-    static uint64_t linKey(uint8_t tslId, uint8_t channel, uint32_t msgId);
+    static uint64_t linKey(uint8_t tslId, uint8_t channel, uint32_t msgId)
+    {
+        return kindBit + (uint64_t(tslId) << 16) + (uint64_t(channel) << 8) + (msgId & 63u);
+    }
+    // The kind bit of LIN identifiers and frame keys.
+    static constexpr uint64_t kindBit = 0x4000000000000000ULL;
 
+    // Read by decodeMessage through a FramePlan, as CANSignal::canContainer.
     static std::map<uint64_t, std::vector<LINSignal*>> linContainer;
 
     linSignalDef_t definition;

@@ -29,6 +29,108 @@ bool toModOperand(double v, uint64_t& out)
     return true;
 }
 
+// What the operations compute, for the member operations and the compiled
+// form alike. NaN is the unknown value.
+double plus(double a, double b) { return a + b; }
+double minus(double a, double b) { return a - b; }
+double times(double a, double b) { return a * b; }
+double divided(double a, double b) { return a / b; }
+double power(double a, double b) { return std::pow(a, b); }
+
+double wrappedRemainder(double a, double b)
+{
+    uint64_t dividend = 0;
+    uint64_t divisor = 0;
+    if (!toModOperand(a, dividend) || !toModOperand(b, divisor) || divisor == 0)
+        return unknown;
+    return static_cast<double>(dividend % divisor);
+}
+
+// A comparison is unknown when either side is.
+double compared(double a, double b, bool holds)
+{
+    return std::isunordered(a, b) ? unknown : (holds ? 1.0 : 0.0);
+}
+double less(double a, double b) { return compared(a, b, a < b); }
+double greater(double a, double b) { return compared(a, b, a > b); }
+double lessOrEqual(double a, double b) { return compared(a, b, a <= b); }
+double greaterOrEqual(double a, double b) { return compared(a, b, a >= b); }
+double equal(double a, double b) { return compared(a, b, a == b); }
+double notEqual(double a, double b) { return compared(a, b, a != b); }
+
+double logicalOr(double a, double b)
+{
+    const bool aKnown = !std::isnan(a);
+    const bool bKnown = !std::isnan(b);
+    if (aKnown && bKnown)
+        return a != 0 || b != 0 ? 1.0 : 0.0;
+    // A known negative operand does not decide the result: kept so.
+    if ((aKnown && a > 0) || (bKnown && b > 0))
+        return 1.0;
+    return unknown;
+}
+
+double logicalAnd(double a, double b)
+{
+    if (!std::isnan(a) && !std::isnan(b))
+        return a != 0 && b != 0 ? 1.0 : 0.0;
+    if (a == 0 || b == 0)
+        return 0.0;
+    return unknown;
+}
+
+double logicalNot(double v)
+{
+    return std::isnan(v) ? v : (v == 0 ? 1.0 : 0.0);
+}
+
+double readSignal(BaseSignal* signal)
+{
+    double value = 0.0;
+    unsigned long timestamp = 0;
+    return signal != nullptr && signal->read(value, timestamp) ? value : unknown;
+}
+
+// The codes of the compiled form. The equalities of numbers and of truth
+// values compute the same and share a code.
+enum Code : uint8_t {
+    Constant, Signal, KeepValue, Negate, Not,
+    Plus, Minus, Times, Divided, Remainder, Power,
+    Less, Greater, LessOrEqual, GreaterOrEqual, Equal, NotEqual, Or, And,
+};
+
+int operandsOf(Code code)
+{
+    return code <= Signal ? 0 : code <= Not ? 1 : 2;
+}
+
+struct KnownOperation {
+    ExpParser::operation_t operation;
+    Code code;
+};
+
+const KnownOperation knownOperations[] = {
+    {&ExpParser::opdouble, Constant}, {&ExpParser::opsignal, Signal}, {&ExpParser::opnz, KeepValue},
+    {&ExpParser::opneg, Negate},      {&ExpParser::opnot, Not},       {&ExpParser::opplus, Plus},
+    {&ExpParser::opminus, Minus},     {&ExpParser::opmult, Times},    {&ExpParser::opdiv, Divided},
+    {&ExpParser::opmod, Remainder},   {&ExpParser::opexp, Power},     {&ExpParser::oplt, Less},
+    {&ExpParser::opgt, Greater},      {&ExpParser::ople, LessOrEqual}, {&ExpParser::opge, GreaterOrEqual},
+    {&ExpParser::opbeq, Equal},       {&ExpParser::opdeq, Equal},     {&ExpParser::opbne, NotEqual},
+    {&ExpParser::opdne, NotEqual},    {&ExpParser::oplor, Or},        {&ExpParser::opland, And},
+};
+
+// The code of `operation`; false for an operation the machine does not know
+// (any other member of the right type).
+bool codeOf(ExpParser::operation_t operation, Code& code)
+{
+    for (const KnownOperation& known : knownOperations)
+        if (known.operation == operation) {
+            code = known.code;
+            return true;
+        }
+    return false;
+}
+
 } // namespace
 
 ExpParser::ExpParser(char const* text, bool edgeTrigger, SignalStorage* storage)
@@ -53,11 +155,13 @@ ExpParser::ExpParser(char const* text, bool edgeTrigger, SignalStorage* storage)
 
     if (failed) {
         MessageLine::writeText(MessageStream::Error, MessageLine::Error, "parser error in ExpParser: ", input.str());
+        compile();
         return;
     }
     if (debug)
         MessageLine::writeText(MessageStream::Output, MessageLine::Debug, "parsed");
     allExpParsers.insert(this);
+    compile(); // now, so that no evaluation allocates
 }
 
 ExpParser::~ExpParser()
@@ -74,6 +178,7 @@ void ExpParser::clear()
 
 void ExpParser::add(const step_t& step)
 {
+    ++generation;
     program.push_back(step);
     if (step.first == &ExpParser::opdouble || step.first == &ExpParser::opsignal)
         growStack();
@@ -122,11 +227,75 @@ void ExpParser::growStack()
     stackTop = stackBase + used;
 }
 
-bool ExpParser::getExpResult(bool& result)
+void ExpParser::compile()
+{
+    compiled.clear();
+    compiled.reserve(program.size());
+    runnable = true;
+    int depth = 0;
+    for (const step_t& step : program) {
+        Code code = Constant;
+        if (!codeOf(step.first, code) || depth < operandsOf(code)) {
+            runnable = false;
+            break;
+        }
+        depth += operandsOf(code) == 0 ? 1 : 1 - operandsOf(code);
+        compiled.push_back(CompiledStep{code, &step.second});
+    }
+    // Steps added to `program` directly have not grown the stack.
+    growStack();
+    compiledFor.steps = program.data();
+    compiledFor.size = program.size();
+    compiledFor.generation = generation;
+}
+
+// Depths were checked by compile: no step here lacks its operands, and the
+// stack holds one slot per step.
+void ExpParser::runCompiled()
+{
+    double* top = stackBase;
+    for (const CompiledStep& step : compiled) {
+        switch (step.code) {
+        case Constant: *++top = step.operand->constant; break;
+        case Signal: *++top = readSignal(step.operand->signal); break;
+        case KeepValue: break;
+        case Negate: *top = -*top; break;
+        case Not: *top = logicalNot(*top); break;
+        case Plus: --top, *top = plus(top[0], top[1]); break;
+        case Minus: --top, *top = minus(top[0], top[1]); break;
+        case Times: --top, *top = times(top[0], top[1]); break;
+        case Divided: --top, *top = divided(top[0], top[1]); break;
+        case Remainder: --top, *top = wrappedRemainder(top[0], top[1]); break;
+        case Power: --top, *top = power(top[0], top[1]); break;
+        case Less: --top, *top = less(top[0], top[1]); break;
+        case Greater: --top, *top = greater(top[0], top[1]); break;
+        case LessOrEqual: --top, *top = lessOrEqual(top[0], top[1]); break;
+        case GreaterOrEqual: --top, *top = greaterOrEqual(top[0], top[1]); break;
+        case Equal: --top, *top = equal(top[0], top[1]); break;
+        case NotEqual: --top, *top = notEqual(top[0], top[1]); break;
+        case Or: --top, *top = logicalOr(top[0], top[1]); break;
+        case And: --top, *top = logicalAnd(top[0], top[1]); break;
+        }
+    }
+    stackTop = top;
+}
+
+void ExpParser::runStepByStep()
 {
     clearstack();
     for (pc = program.begin(); pc != program.end(); ++pc)
         (this->*(pc->first))();
+}
+
+bool ExpParser::getExpResult(bool& result)
+{
+    if (!compiledCurrent())
+        compile();
+    if (runnable)
+        runCompiled();
+    else
+        runStepByStep();
+    pc = program.end();
     result = false;
     if (depth() != 1) {
         MessageLine::writeText(MessageStream::Error, MessageLine::Error,
@@ -178,22 +347,11 @@ void ExpParser::stackUnderflow(size_t operands) const
     MessageSink::raiseFatal(4, text.str());
 }
 
-template <class Combine>
-void ExpParser::binary(Combine combine)
+void ExpParser::binary(double (*combine)(double, double))
 {
     require(2);
     const double b = *stackTop--;
     *stackTop = combine(*stackTop, b);
-}
-
-template <class Compare>
-void ExpParser::comparison(Compare compare)
-{
-    binary([compare](double a, double b) {
-        if (std::isnan(a) || std::isnan(b))
-            return unknown;
-        return compare(a, b) ? 1.0 : 0.0;
-    });
 }
 
 void ExpParser::opdouble()
@@ -203,62 +361,25 @@ void ExpParser::opdouble()
 
 void ExpParser::opsignal()
 {
-    double value = 0.0;
-    unsigned long timestamp = 0;
-    BaseSignal* signal = pc->second.signal;
-    push(signal != nullptr && signal->read(value, timestamp) ? value : unknown);
+    push(readSignal(pc->second.signal));
 }
 
-void ExpParser::opplus() { binary([](double a, double b) { return a + b; }); }
-void ExpParser::opminus() { binary([](double a, double b) { return a - b; }); }
-void ExpParser::opmult() { binary([](double a, double b) { return a * b; }); }
-void ExpParser::opdiv() { binary([](double a, double b) { return a / b; }); }
-void ExpParser::opexp() { binary([](double a, double b) { return std::pow(a, b); }); }
-
-void ExpParser::opmod()
-{
-    binary([](double a, double b) {
-        uint64_t dividend = 0;
-        uint64_t divisor = 0;
-        if (!toModOperand(a, dividend) || !toModOperand(b, divisor) || divisor == 0)
-            return unknown;
-        return static_cast<double>(dividend % divisor);
-    });
-}
-
-void ExpParser::oplt() { comparison([](double a, double b) { return a < b; }); }
-void ExpParser::opgt() { comparison([](double a, double b) { return a > b; }); }
-void ExpParser::ople() { comparison([](double a, double b) { return a <= b; }); }
-void ExpParser::opge() { comparison([](double a, double b) { return a >= b; }); }
-void ExpParser::opbeq() { comparison([](double a, double b) { return a == b; }); }
-void ExpParser::opbne() { comparison([](double a, double b) { return a != b; }); }
-void ExpParser::opdeq() { comparison([](double a, double b) { return a == b; }); }
-void ExpParser::opdne() { comparison([](double a, double b) { return a != b; }); }
-
-void ExpParser::oplor()
-{
-    binary([](double a, double b) {
-        const bool aKnown = !std::isnan(a);
-        const bool bKnown = !std::isnan(b);
-        if (aKnown && bKnown)
-            return a != 0 || b != 0 ? 1.0 : 0.0;
-        // A known negative operand does not decide the result: kept so.
-        if ((aKnown && a > 0) || (bKnown && b > 0))
-            return 1.0;
-        return unknown;
-    });
-}
-
-void ExpParser::opland()
-{
-    binary([](double a, double b) {
-        if (!std::isnan(a) && !std::isnan(b))
-            return a != 0 && b != 0 ? 1.0 : 0.0;
-        if (a == 0 || b == 0)
-            return 0.0;
-        return unknown;
-    });
-}
+void ExpParser::opplus() { binary(plus); }
+void ExpParser::opminus() { binary(minus); }
+void ExpParser::opmult() { binary(times); }
+void ExpParser::opdiv() { binary(divided); }
+void ExpParser::opexp() { binary(power); }
+void ExpParser::opmod() { binary(wrappedRemainder); }
+void ExpParser::oplt() { binary(less); }
+void ExpParser::opgt() { binary(greater); }
+void ExpParser::ople() { binary(lessOrEqual); }
+void ExpParser::opge() { binary(greaterOrEqual); }
+void ExpParser::opbeq() { binary(equal); }
+void ExpParser::opbne() { binary(notEqual); }
+void ExpParser::opdeq() { binary(equal); }
+void ExpParser::opdne() { binary(notEqual); }
+void ExpParser::oplor() { binary(logicalOr); }
+void ExpParser::opland() { binary(logicalAnd); }
 
 void ExpParser::opneg()
 {
@@ -274,7 +395,5 @@ void ExpParser::opnz()
 void ExpParser::opnot()
 {
     require(1);
-    const double v = *stackTop;
-    if (!std::isnan(v))
-        *stackTop = v == 0 ? 1.0 : 0.0;
+    *stackTop = logicalNot(*stackTop);
 }

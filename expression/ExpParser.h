@@ -76,6 +76,8 @@ public:
     unsigned long getLastestTime() const;
 
     void clearstack() { stackTop = stackBase; }
+    // Makes the next evaluation compile `program` again.
+    void programChanged() { ++generation; }
 
     // The operations of the machine. They pop their operands from the stack
     // and push one result. Too few operands are a fatal fault, handed to the
@@ -109,6 +111,11 @@ public:
     void opnot();
 
     std::vector<step_t>::iterator pc;
+    // The steps in postfix order. Evaluation runs a compiled form of them,
+    // rebuilt whenever they change: every add() is seen, and so is a direct
+    // edit that changes the number of steps or moves them (a reallocation).
+    // Operands (constants, signals) are always read from here. A client
+    // that replaces a step's operation in place calls programChanged().
     std::vector<step_t> program;
     uint64_t stackCapacity;
     double* stackBase; // stackCapacity + 1 slots; slot 0 is never written
@@ -127,6 +134,33 @@ public:
     static int debug;
 
 private:
+    // The compiled form: one code per step, the operand read through a
+    // pointer into `program`. Built for one state of `program` (its buffer,
+    // its size, the generation of add() calls) and unusable (`runnable`
+    // false) when a step's operation is not one of the machine's own or
+    // lacks its operands: such a program runs step by step as written.
+    struct CompiledStep {
+        uint8_t code;
+        const value_t* operand;
+    };
+    void compile();
+    bool compiledCurrent() const
+    {
+        return compiledFor.steps == program.data() && compiledFor.size == program.size() &&
+               compiledFor.generation == generation;
+    }
+    void runCompiled();
+    void runStepByStep();
+
+    std::vector<CompiledStep> compiled;
+    struct {
+        const step_t* steps = nullptr;
+        size_t size = 0;
+        uint64_t generation = ~uint64_t(0);
+    } compiledFor;
+    uint64_t generation = 0;
+    bool runnable = false;
+
     void growStack();
     size_t depth() const { return static_cast<size_t>(stackTop - stackBase); }
     // A fatal fault unless the stack holds `operands` values.
@@ -137,10 +171,7 @@ private:
     }
     [[noreturn]] void stackUnderflow(size_t operands) const;
     void push(double v) { *++stackTop = v; }
-    template <class Combine>
-    void binary(Combine combine);
-    template <class Compare>
-    void comparison(Compare compare);
+    void binary(double (*combine)(double, double));
 };
 
 // The generated parser: parses the input of `parser`'s scanner into

@@ -113,6 +113,7 @@ void InputSignal::setType(signalValue_t type)
 {
     def.type = type;
     definition.type = type;
+    deriveSignExtension();
 }
 
 bool InputSignal::signalsInUse(const unsigned char* record, const unsigned char* end, unsigned char channel,

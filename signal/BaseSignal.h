@@ -18,10 +18,12 @@
 #include "signal/SignalSlot.h"
 #include "signal/SignalStorage.h"
 
+#include <pthread.h>
 #include <sys/types.h>
 
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <ostream>
 #include <string>
@@ -69,6 +71,13 @@ public:
     void cInit();
     // Extracts the field of `payload` into slot->raw (no lock, no valid flag).
     void decode(unsigned long payload);
+    // What write(payload, timestamp) of this class does while debug is 0,
+    // without the virtual call: for decoders that have tested the debug level
+    // and made sure that the signal's class keeps the library's write.
+    bool writeDirect(uint64_t payload, unsigned long timestamp) { return writeWord<false>(payload, timestamp); }
+    // The payload word that write(data, length, timestamp) decodes: the first
+    // min(length, 8) bytes of data, byte 0 lowest, the rest zero.
+    static uint64_t payloadWord(const unsigned char* data, unsigned long length);
     // value = raw converted by type, times scale, plus offset.
     void physical();
     // Places the slot in shared memory; true when it now lies there. Of
@@ -119,10 +128,24 @@ public:
 
 private:
     // Polls the slot mutex; never blocks (the mutex is not process-shared).
-    void lock();
+    // The first try is inline: on the message path it nearly always succeeds.
+    void lock()
+    {
+        const int result = pthread_mutex_trylock(&slot->mutex);
+        if (__builtin_expect(result != 0, 0))
+            lockContended();
+    }
+    // Goes on retrying after a first try that failed.
+    void lockContended();
+    void unlock()
+    {
+        const int result = pthread_mutex_unlock(&slot->mutex);
+        if (__builtin_expect(result != 0, 0))
+            reportUnlockFailure(result);
+    }
+    void reportUnlockFailure(int result) const;
     // As lock, but gives up when the mutex is still busy at `deadline`.
     bool lockBefore(std::chrono::steady_clock::time_point deadline);
-    void unlock();
 
     // Sets a new slot up: the name, valid 0 and the fill patterns.
     void initialiseSlot();
@@ -131,17 +154,53 @@ private:
     bool awaitSlotSetUp();
     void releaseSharedMemory();
     void traceValue(const char* operation, bool changed);
+    void traceRead() const;
+    template <bool Guarded>
+    bool readSlot(unsigned long& raw, unsigned long& timestamp);
+    template <bool Guarded>
+    bool readSlot(double& result, unsigned long& timestamp);
+    bool readGuarded(unsigned long& raw, unsigned long& timestamp);
+    bool readGuarded(double& result, unsigned long& timestamp);
     void traceDecode(unsigned long payload, uint64_t item) const;
     // True when every byte the field touches lies in the 8-byte payload.
     bool fieldInsidePayload() const;
     uint64_t accumulateBytes(unsigned long payload) const;
 
-    // How decode reaches the field, derived by cInit with the fields above:
-    // straight from the payload word (byte-swapped for big endian) with one
-    // shift, or byte by byte when the field reaches outside the word.
-    enum WordAccess : uint8_t { ByteByByte, LittleEndianWord, BigEndianWord };
-    WordAccess d_wordAccess = ByteByByte;
-    uint8_t d_wordShift = 0;
+    // Stores `item` with `timestamp` under the slot lock, marks the slot
+    // valid and the signal modified when the value changed. Traced: calls
+    // `beforeStore` before the store (the decode lines of write) and writes
+    // the value line of `operation` after it.
+    template <bool Traced, class BeforeStore>
+    bool storeValue(uint64_t item, unsigned long timestamp, const char* operation, BeforeStore beforeStore);
+    template <bool Traced>
+    bool writeWord(uint64_t payload, unsigned long timestamp);
+    // The field of `payload`. Straight from the payload word (byte-swapped
+    // for big endian) when the field lies inside it, byte by byte otherwise;
+    // then one shift, the mask and the sign extension. No branch depends on
+    // byte order or sign: they vary from signal to signal of a frame, and
+    // mispredicted branches would cost more than the extraction itself.
+    uint64_t extract(uint64_t payload) const
+    {
+        // Selected by a mask, not a conditional: compilers turn the latter
+        // into the branch this is meant to avoid.
+        const uint64_t swapped = __builtin_bswap64(payload);
+        uint64_t acc = payload ^ ((payload ^ swapped) & (uint64_t(0) - uint64_t(d_wordBigEndian)));
+        if (__builtin_expect(!d_inWord, 0))
+            acc = accumulateBytes(payload);
+        const uint64_t item = (acc >> d_wordShift) & d_maksBits;
+        // For a set sign bit, item - 2^bits is item with every bit above the
+        // field set; for a clear one, or an unsigned field, it is item.
+        return (item ^ d_wordSign) - d_wordSign;
+    }
+    // Derived by cInit with the fields above.
+    bool d_inWord = false;        // the field lies in the 8-byte payload word
+    bool d_wordBigEndian = false; // take the word byte-swapped
+    uint8_t d_wordShift = 0;      // of the (swapped) word, or of the accumulated bytes
+    uint64_t d_wordSign = 0;      // d_signBit for a signed field, else 0
+
+protected:
+    // Derives the sign extension again after a change of def.type.
+    void deriveSignExtension() { d_wordSign = def.type == SIGNAL_SIGNED ? d_signBit : 0; }
 };
 
 // Orders signals by instance name.
@@ -150,6 +209,69 @@ struct BaseSignalCompare {
 };
 
 std::ostream& operator<<(std::ostream& os, const BaseSignal& signal);
+
+// The per-message operations, inline: every decoder runs them for every
+// signal of every frame.
+
+inline void BaseSignal::decode(unsigned long payload)
+{
+    const uint64_t item = extract(payload);
+    if (debug)
+        traceDecode(payload, item);
+    slot->raw = item;
+}
+
+template <bool Traced, class BeforeStore>
+inline bool BaseSignal::storeValue(uint64_t item, unsigned long timestamp, const char* operation,
+                                   BeforeStore beforeStore)
+{
+    if (shmem)
+        lock();
+    slot->timestamp = timestamp;
+    const uint64_t old = slot->raw;
+    if (Traced)
+        beforeStore();
+    slot->raw = item;
+    slot->valid = true;
+    modified = item != old;
+    if (Traced)
+        traceValue(operation, modified);
+    if (shmem)
+        unlock();
+    return true;
+}
+
+template <bool Traced>
+inline bool BaseSignal::writeWord(uint64_t payload, unsigned long timestamp)
+{
+    // Extracting before the lock changes nothing: it reads only the payload
+    // and the signal's own fields.
+    const uint64_t item = extract(payload);
+    return storeValue<Traced>(item, timestamp, "write", [&] { traceDecode(payload, item); });
+}
+
+inline uint64_t BaseSignal::payloadWord(const unsigned char* data, unsigned long length)
+{
+    // The payload word is little endian, as the host is: byte 0 lands in the
+    // low byte, and the bytes past the length stay zero.
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
+    // Short lengths with fixed-size loads (overlapping where the length is
+    // not a power of two) rather than a call of memcpy for a few bytes.
+    uint64_t payload = 0;
+    if (length >= 8) {
+        std::memcpy(&payload, data, 8);
+    } else if (length >= 4) {
+        uint32_t low = 0;
+        uint32_t high = 0;
+        std::memcpy(&low, data, 4);
+        std::memcpy(&high, data + length - 4, 4);
+        payload = low | uint64_t(high) << (8 * (length - 4));
+    } else if (length > 0) {
+        payload = uint64_t(data[0]) | uint64_t(data[length / 2]) << (8 * (length / 2)) |
+                  uint64_t(data[length - 1]) << (8 * (length - 1));
+    }
+    return payload;
+}
 
 template <class Definition>
 std::ostream& BaseSignal::printWithDefinition(std::ostream& os, const BaseSignal& signal, const Definition& definition)

@@ -53,12 +53,12 @@ void BaseSignal::cInit()
     for (int i = payloadBytes - 1; i >= 0; --i)
         d_rawMask = (d_rawMask << 8) | buffer[i];
 
-    d_wordAccess = ByteByByte;
+    deriveSignExtension();
+    d_inWord = d_bytes != 0 && fieldInsidePayload();
+    d_wordBigEndian = d_inWord && def.endian;
     d_wordShift = d_shift;
-    if (d_bytes != 0 && fieldInsidePayload()) {
-        d_wordAccess = def.endian ? BigEndianWord : LittleEndianWord;
+    if (d_inWord)
         d_wordShift = uint8_t(d_shift + 8 * (def.endian ? payloadBytes - 1 - d_startByte : d_startByte));
-    }
 
     if (debug)
         MessageLine::debug("BaseSignal", "cInit", def.instance, ":d_lsbBit=", std::dec, unsigned(d_lsbBit),
@@ -66,31 +66,6 @@ void BaseSignal::cInit()
                            ",d_shift=", unsigned(d_shift), std::hex, ",d_maksBits=", d_maksBits,
                            ",d_signBit=", d_signBit, ",d_rawMask=", std::setfill('0'), std::setw(16), d_rawMask,
                            std::dec, std::setfill(' '));
-}
-
-void BaseSignal::decode(unsigned long payload)
-{
-    uint64_t acc;
-    switch (d_wordAccess) {
-    case LittleEndianWord:
-        acc = payload;
-        break;
-    case BigEndianWord:
-        acc = __builtin_bswap64(payload);
-        break;
-    default:
-        acc = accumulateBytes(payload);
-        break;
-    }
-    // Bytes beyond the field only reach bits that the mask clears or the
-    // sign extension sets, so the whole word serves as the accumulator.
-    uint64_t item = (acc >> d_wordShift) & d_maksBits;
-    // The sign bit first: most values never need the type looked up.
-    if ((item & d_signBit) != 0 && def.type == SIGNAL_SIGNED)
-        item = (acc >> d_wordShift) | ~d_maksBits;
-    if (debug)
-        traceDecode(payload, item);
-    slot->raw = item;
 }
 
 uint64_t BaseSignal::accumulateBytes(unsigned long payload) const
@@ -136,28 +111,34 @@ void BaseSignal::traceDecode(unsigned long payload, uint64_t item) const
 void BaseSignal::physical()
 {
     const uint64_t raw = slot->raw;
+    const signalValue_t type = def.type;
     double number;
-    switch (def.type) {
-    case SIGNAL_UNSIGNED:
-        number = static_cast<double>(raw);
-        break;
-    case SIGNAL_SIGNED:
-        number = static_cast<double>(static_cast<int64_t>(raw));
-        break;
-    case SIGNAL_FLOAT: {
+    if (__builtin_expect(type <= SIGNAL_SIGNED, 1)) {
+        // One conversion serves both kinds while an unsigned value fits in
+        // 63 bits, so that signals of both kinds mixed cost no misprediction.
+        const uint64_t unsignedBits = uint64_t(0) - uint64_t(type == SIGNAL_UNSIGNED);
+        if (__builtin_expect(static_cast<int64_t>(raw & unsignedBits) < 0, 0))
+            number = static_cast<double>(raw);
+        else
+            number = static_cast<double>(static_cast<int64_t>(raw));
+    } else if (type == SIGNAL_FLOAT) {
         const uint32_t low = static_cast<uint32_t>(raw);
         float single;
         std::memcpy(&single, &low, sizeof single);
         number = single;
-        break;
-    }
-    case SIGNAL_DOUBLE:
+    } else if (type == SIGNAL_DOUBLE) {
         std::memcpy(&number, &raw, sizeof number);
-        break;
-    default:
+    } else {
         return;
     }
     value = number * def.scale + def.offset;
+}
+
+// Out of line and cold, so that the reads keep their registers for the
+// common case.
+__attribute__((noinline, cold)) void BaseSignal::traceRead() const
+{
+    MessageLine::debug("BaseSignal", "read", *this);
 }
 
 void BaseSignal::traceValue(const char* operation, bool changed)
@@ -168,47 +149,19 @@ void BaseSignal::traceValue(const char* operation, bool changed)
 
 bool BaseSignal::write(unsigned long payload, unsigned long timestamp)
 {
-    if (shmem)
-        lock();
-    slot->timestamp = timestamp;
-    const uint64_t old = slot->raw;
-    decode(payload);
-    slot->valid = true;
-    modified = slot->raw != old;
-    if (debug)
-        traceValue("write", modified);
-    if (shmem)
-        unlock();
-    return true;
+    return debug ? writeWord<true>(payload, timestamp) : writeWord<false>(payload, timestamp);
 }
 
 bool BaseSignal::write(const unsigned char* data, unsigned long length, unsigned long timestamp)
 {
-    // The payload word is little endian, as the host is: byte 0 lands in the
-    // low byte, and the bytes past the length stay zero.
-    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "payload words are host-order words");
-    uint64_t payload = 0;
-    if (length >= payloadBytes)
-        std::memcpy(&payload, data, payloadBytes);
-    else if (length > 0)
-        std::memcpy(&payload, data, length);
-    return write(payload, timestamp);
+    return write(payloadWord(data, length), timestamp);
 }
 
 bool BaseSignal::writeRaw(unsigned long raw, unsigned long timestamp)
 {
-    if (shmem)
-        lock();
-    const uint64_t old = slot->raw;
-    slot->timestamp = timestamp;
-    slot->raw = raw;
-    slot->valid = true;
-    modified = raw != old;
-    if (debug)
-        traceValue("writeRaw", modified);
-    if (shmem)
-        unlock();
-    return true;
+    const auto nothingBefore = [] {};
+    return debug ? storeValue<true>(raw, timestamp, "writeRaw", nothingBefore)
+                 : storeValue<false>(raw, timestamp, "writeRaw", nothingBefore);
 }
 
 bool BaseSignal::writeTS(unsigned long timestamp)
@@ -221,35 +174,64 @@ bool BaseSignal::writeTS(unsigned long timestamp)
     return true;
 }
 
-bool BaseSignal::read(unsigned long& raw, unsigned long& timestamp)
+// The reads come in two forms: the plain one, a leaf without calls, and the
+// one that locks the slot and traces, out of line so that the plain one keeps
+// its registers.
+template <bool Guarded>
+bool BaseSignal::readSlot(unsigned long& raw, unsigned long& timestamp)
 {
-    if (shmem)
+    if (Guarded && shmem)
         lock();
     const bool valid = slot->valid;
     raw = slot->raw;
     timestamp = slot->timestamp;
-    if (debug) {
+    if (Guarded && debug) {
         physical();
-        MessageLine::debug("BaseSignal", "read", *this);
+        traceRead();
     }
-    if (shmem)
+    if (Guarded && shmem)
         unlock();
     return valid;
 }
 
-bool BaseSignal::read(double& result, unsigned long& timestamp)
+template <bool Guarded>
+bool BaseSignal::readSlot(double& result, unsigned long& timestamp)
 {
-    if (shmem)
+    if (Guarded && shmem)
         lock();
     const bool valid = slot->valid;
     physical();
     result = value;
     timestamp = slot->timestamp;
-    if (debug)
-        MessageLine::debug("BaseSignal", "read", *this);
-    if (shmem)
+    if (Guarded && debug)
+        traceRead();
+    if (Guarded && shmem)
         unlock();
     return valid;
+}
+
+bool BaseSignal::read(unsigned long& raw, unsigned long& timestamp)
+{
+    if (__builtin_expect(shmem || debug, 0))
+        return readGuarded(raw, timestamp);
+    return readSlot<false>(raw, timestamp);
+}
+
+bool BaseSignal::read(double& result, unsigned long& timestamp)
+{
+    if (__builtin_expect(shmem || debug, 0))
+        return readGuarded(result, timestamp);
+    return readSlot<false>(result, timestamp);
+}
+
+__attribute__((noinline)) bool BaseSignal::readGuarded(unsigned long& raw, unsigned long& timestamp)
+{
+    return readSlot<true>(raw, timestamp);
+}
+
+__attribute__((noinline)) bool BaseSignal::readGuarded(double& result, unsigned long& timestamp)
+{
+    return readSlot<true>(result, timestamp);
 }
 
 void BaseSignal::clear()

@@ -208,7 +208,7 @@ void BaseSignal::releaseSharedMemory()
     }
 }
 
-void BaseSignal::lock()
+void BaseSignal::lockContended()
 {
     lockBefore(std::chrono::steady_clock::time_point::max());
 }
@@ -234,10 +234,7 @@ bool BaseSignal::lockBefore(std::chrono::steady_clock::time_point deadline)
     }
 }
 
-void BaseSignal::unlock()
+void BaseSignal::reportUnlockFailure(int result) const
 {
-    const int result = pthread_mutex_unlock(&slot->mutex);
-    if (result != 0)
-        MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance,
-                                ")");
+    MessageLine::writeErrno(MessageStream::Error, result, "BaseSignal", "unlock", "mutex unlock(", def.instance, ")");
 }

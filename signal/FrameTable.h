@@ -1,11 +1,14 @@
 // FrameTable: the bookkeeping shared by the class-wide frame tables (CAN,
 // LIN, FlexRay, Ethernet, inputs) and the storage's per-kind tables: ordered
 // maps from a key to the signals filed under it, in registration order.
+// Every edit made here is counted (FrameTableEdits), so that the decode plans
+// built from the tables are rebuilt.
 //
 // Not synchronised: tables are built before decoding starts and torn down
 // after it stops.
 #pragma once
 
+#include "signal/FrameTableEdits.h"
 #include "signal/MessageLine.h"
 
 #include <algorithm>
@@ -21,6 +24,7 @@ public:
     // Appends `signal` under `key`; true when the key was new.
     static bool append(Map& table, const Key& key, Signal* signal)
     {
+        FrameTableEdits::note();
         auto inserted = table.emplace(key, std::vector<Signal*>());
         inserted.first->second.push_back(signal);
         return inserted.second;
@@ -32,6 +36,7 @@ public:
     // when it empties.
     static RemoveResult removeFirst(Map& table, const Key& key, const Signal* signal)
     {
+        FrameTableEdits::note();
         const auto entry = table.find(key);
         if (entry == table.end())
             return KeyAbsent;
@@ -49,6 +54,7 @@ public:
     // entry left empty (including entries that were empty already).
     static void removeEverywhere(Map& table, const Signal* signal)
     {
+        FrameTableEdits::note();
         for (auto entry = table.begin(); entry != table.end();) {
             auto& signals = entry->second;
             signals.erase(std::remove(signals.begin(), signals.end(), signal), signals.end());

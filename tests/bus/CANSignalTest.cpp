@@ -1,6 +1,7 @@
 // CAN signals as a client sees them: frame keys, definition checks, the frame
 // table, and decoding of classic, CAN FD, PDU and multiplexed frames.
 #include "bus/CANSignal.h"
+#include "signal/FrameTableEdits.h"
 #include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
 #include "support/SignalTestSupport.h"
@@ -50,6 +51,18 @@ struct LengthSpy : CANSignal {
     }
     using CANSignal::write;
     std::vector<unsigned long> lengths;
+};
+
+// Counts the payload-word writes, which the byte-array write calls.
+struct WordSpy : CANSignal {
+    using CANSignal::CANSignal;
+    bool write(unsigned long payload, unsigned long timestamp) override
+    {
+        ++writes;
+        return CANSignal::write(payload, timestamp);
+    }
+    using CANSignal::write;
+    int writes = 0;
 };
 
 } // namespace
@@ -137,6 +150,40 @@ TEST(CANDecode, ClassicFrames)
         EXPECT_EQ(rawOf(onFD), length > 7 ? 7u : 0u);
     }
     EXPECT_EQ(onFD.lengths, (std::vector<unsigned long>{11, 15, 3}));
+}
+
+TEST(CANDecode, FramesFollowTheTableAsItChanges)
+{
+    SignalStorage storage;
+    CANSignal a(canDef("a", 0x500, 0, 64), false, &storage);
+    EXPECT_EQ(decoded(frame(0x500, 3), storage), Ids{a.id});
+    EXPECT_EQ(rawOf(a), 0x020100u); // the bytes past a short frame's length read as zero
+
+    // Signals filed and destroyed after decoding has started.
+    auto b = std::make_unique<CANSignal>(canDef("b", 0x500, 8, 8), false, &storage);
+    CANSignal c(canDef("c", 0x501, 0, 8), false, &storage);
+    EXPECT_EQ(decoded(frame(0x500, 8), storage), (Ids{a.id, b->id}));
+    EXPECT_EQ(decoded(frame(0x501, 8), storage), Ids{c.id});
+    b.reset();
+    EXPECT_EQ(decoded(frame(0x500, 8), storage), Ids{a.id});
+
+    // Edits of the table by the client: a new key, an entry's vector changed
+    // in place (announced), a key erased.
+    const uint64_t key = CANSignal::canKey(0, 1, 0x502, false, false);
+    CANSignal::canContainer[key] = {&c};
+    EXPECT_EQ(decoded(frame(0x502, 8), storage), Ids{c.id});
+    CANSignal::canContainer[key].push_back(&a);
+    FrameTableEdits::note();
+    EXPECT_EQ(decoded(frame(0x502, 8), storage), (Ids{c.id, a.id}));
+    CANSignal::canContainer.erase(key);
+    EXPECT_EQ(decoded(frame(0x502, 8), storage), Ids{});
+
+    // A subclass's own write is called, for classic and CAN FD signals alike.
+    WordSpy classic(canDef("spyClassic", 0x503, 0, 8), false, &storage);
+    WordSpy fd(canDef("spyFD", 0x503, 8, 8, true), false, &storage);
+    EXPECT_EQ(decoded(frame(0x503, 8), storage), (Ids{classic.id}));
+    EXPECT_EQ(decoded(frame(0x40000503, 8), storage), (Ids{fd.id}));
+    EXPECT_EQ(std::make_tuple(classic.writes, fd.writes, rawOf(fd)), std::make_tuple(1, 1, 1ul));
 }
 
 TEST(CANDecode, CanFDByteRangesAndPdus)

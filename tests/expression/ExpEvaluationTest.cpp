@@ -70,6 +70,39 @@ TEST(ExpEvaluation, SignalsTimestampsAndUnknownNames)
     EXPECT_EQ(capture.out(), "[DEBUG] parsing 1 > 0\n\n[DEBUG] parsed\n");
 }
 
+TEST(ExpEvaluation, ProgramEditsAreEvaluated)
+{
+    ExpParser p("1 < 2");
+    const auto result = [&p] {
+        bool value = false;
+        return p.getExpResult(value) ? (value ? "true" : "false") : "unknown";
+    };
+    EXPECT_STREQ(result(), "true");
+    // Through add: the same number of steps in the same buffer as before.
+    p.program.pop_back();
+    p.add(&ExpParser::opgt);
+    EXPECT_STREQ(result(), "false");
+    // Directly: operands are read where they stand; an operation replaced in
+    // place is announced; more steps are seen by themselves.
+    p.program[0].second.constant = 5;
+    EXPECT_STREQ(result(), "true");
+    p.program[2].first = &ExpParser::oplt;
+    p.programChanged();
+    EXPECT_STREQ(result(), "false");
+    p.program.push_back({&ExpParser::opnot, value_t()});
+    EXPECT_STREQ(result(), "true");
+    // Steps pushed without add() have not grown the stack.
+    for (int i = 0; i < 100; ++i)
+        p.program.push_back({&ExpParser::opdouble, value_t()});
+    for (int i = 0; i < 100; ++i)
+        p.program.push_back({&ExpParser::opplus, value_t()});
+    EXPECT_STREQ(result(), "true"); // 1 + 0 + ... + 0
+    // An operation the machine does not know runs as written.
+    p.program.push_back({&ExpParser::clearstack, value_t()});
+    p.program.push_back({&ExpParser::opdouble, value_t()});
+    EXPECT_STREQ(result(), "false");
+}
+
 TEST(ExpRegistry, OnlySuccessfulParsesAreRegisteredAndClearDestroysThem)
 {
     ExpParser::clear();
