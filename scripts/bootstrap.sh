@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build tools and libraries the project needs, using apt-get
-# (the tool's command-line, JSON and capture (libpcap) libraries, and Python
-# with canmatrix for the differential decoding tests, included).
+# (the tool's command-line, JSON, capture and decompression libraries, the
+# Python package's dependencies, and the references of the differential tests).
 # Quiet and quick when everything is already present; `apt-get update` runs
 # at most once, and only when something has to be installed.
 #
@@ -11,12 +11,17 @@
 set -euo pipefail
 
 build_tools=(cmake g++ make pkg-config flex bison libfl-dev)
-tool_libraries=(libcli11-dev nlohmann-json3-dev libpcap-dev)
+tool_libraries=(libcli11-dev nlohmann-json3-dev libpcap-dev zlib1g-dev libzstd-dev liblzma-dev)
+# The Python package: its build, its dependencies and its tests.
+python_packages=(python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-matplotlib python3-distributed
+                 python3-tables python3-pytest)
+# Independent references the differential tests compare with (skipped where absent).
+references=(python3-canmatrix python3-can tshark)
 
 case "${1:-}" in
   "")
     packages=("${build_tools[@]}" "${tool_libraries[@]}" googletest libgtest-dev libgmock-dev libbenchmark-dev
-              python3 python3-canmatrix python3-can) ;;
+              "${python_packages[@]}" "${references[@]}") ;;
   fuzz)
     packages=("${build_tools[@]}" "${tool_libraries[@]}" clang libclang-rt-14-dev) ;;
   *)
