@@ -1,23 +1,29 @@
 #include "recordings/PcapRecording.h"
 
+#include "recordings/EthernetFrameEnd.h"
+#include "recordings/LibpcapSource.h"
+#include "recordings/PcapngReader.h"
+
 #include <pcap/pcap.h>
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstring>
 
 namespace rksignal {
 
 namespace {
 
-// Record header of a packet in a pcap file, for the progress display.
-constexpr uint64_t packetHeaderBytes = 16;
-
 constexpr uint32_t canExtendedFlag = 0x80000000u;
 constexpr uint32_t canRemoteFlag = 0x40000000u;
 constexpr uint32_t canErrorFlag = 0x20000000u;
+constexpr uint32_t canStandardIdBits = 0x7ffu;
+constexpr uint32_t canIdBits = 0x1fffffffu;
 constexpr uint8_t canFdBitRateSwitch = 0x01, canFdErrorState = 0x02, canFdFrame = 0x04;
 constexpr uint8_t canXlFrame = 0x80; // in the length byte's place of a CAN XL header
 constexpr uint32_t socketCanHeaderBytes = 8;
+// Frames read to tell the byte order of a capture's CAN identifiers.
+constexpr int byteOrderSample = 1000;
 
 constexpr uint32_t linHeaderBytes = 8;
 constexpr uint8_t linFrame = 0;
@@ -26,13 +32,20 @@ constexpr uint32_t flexRayHeaderBytes = 2 + 5; // measurement header, error flag
 constexpr uint8_t flexRayFrameType = 0x01;
 constexpr uint8_t flexRayNotNullFrame = 0x20;
 
-// Captures tell us when two interfaces of a pcapng file differ in link type
-// only through this text of libpcap's.
-constexpr const char* mixedLinkTypes = "different from the type of the first interface";
-
 uint32_t bigEndian32(const unsigned char* p)
 {
     return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
+}
+
+uint32_t littleEndian32(const unsigned char* p)
+{
+    return uint32_t(p[3]) << 24 | uint32_t(p[2]) << 16 | uint32_t(p[1]) << 8 | uint32_t(p[0]);
+}
+
+// A standard (11-bit) identifier leaves the bits up to the flags clear.
+bool possibleCanId(uint32_t word)
+{
+    return (word & canExtendedFlag) || (word & canIdBits & ~canStandardIdBits) == 0;
 }
 
 std::string linkTypeText(int linkType)
@@ -50,65 +63,118 @@ bool PcapRecording::hasMagic(const unsigned char* head, size_t size)
     const uint32_t word = bigEndian32(head);
     return word == 0xa1b2c3d4u || word == 0xd4c3b2a1u     // pcap, microseconds, either byte order
            || word == 0xa1b23c4du || word == 0x4d3cb2a1u  // pcap, nanoseconds
-           || word == 0x0a0d0d0au;                        // pcapng section header
+           || PcapngReader::hasMagic(head, size);
 }
 
 std::unique_ptr<RecordingReader> PcapRecording::open(const std::string& path, const RecordingSetup& setup,
                                                      std::string& error)
 {
-    auto capture = std::make_unique<PcapRecording>(path, setup.channel, setup.staticSlots, setup.report);
+    auto capture = std::make_unique<PcapRecording>(path, setup.channel, setup.staticSlots, setup.report,
+                                                   setup.interfaceChannels);
     if (capture->isOpen())
         return capture;
     error = capture->openError();
     return nullptr;
 }
 
-PcapRecording::PcapRecording(const std::string& path, uint8_t channel, std::vector<bool> staticSlots,
-                             RecordingReport& report)
-    : path_(path), channel_(channel), staticSlots_(std::move(staticSlots)), report_(report)
+std::unique_ptr<CaptureSource> PcapRecording::openSource(const std::string& path, std::string& error)
 {
-    char error[PCAP_ERRBUF_SIZE] = {};
-    // Microsecond precision: libpcap scales nanosecond captures down.
-    handle_ = pcap_open_offline_with_tstamp_precision(path.c_str(), PCAP_TSTAMP_PRECISION_MICRO, error);
-    if (handle_ == nullptr) {
-        openError_ = error;
-        return;
+    unsigned char head[4] = {};
+    if (FILE* file = std::fopen(path.c_str(), "rb")) {
+        const size_t size = std::fread(head, 1, sizeof head, file);
+        std::fclose(file);
+        if (PcapngReader::hasMagic(head, size)) {
+            auto reader = std::make_unique<PcapngReader>(path);
+            if (reader->isOpen())
+                return reader;
+            error = reader->error();
+            return nullptr;
+        }
     }
+    auto source = std::make_unique<LibpcapSource>(path);
+    if (source->isOpen())
+        return source;
+    error = source->error();
+    return nullptr;
+}
+
+bool PcapRecording::canIdsInHostOrder(const std::string& path)
+{
+    std::string error;
+    const std::unique_ptr<CaptureSource> source = openSource(path, error);
+    int impossibleAsNetwork = 0, impossibleAsHost = 0;
+    CapturedPacket packet;
+    for (int frames = 0; source && frames < byteOrderSample && source->next(packet) == CaptureSource::Packet;) {
+        if (packet.badReason || packet.linkType != SocketCan || packet.length < socketCanHeaderBytes)
+            continue;
+        ++frames;
+        impossibleAsNetwork += !possibleCanId(bigEndian32(packet.data));
+        impossibleAsHost += !possibleCanId(littleEndian32(packet.data));
+    }
+    return impossibleAsNetwork > 0 && impossibleAsHost == 0;
+}
+
+PcapRecording::PcapRecording(const std::string& path, uint8_t channel, std::vector<bool> staticSlots,
+                             RecordingReport& report, std::map<uint32_t, uint8_t> interfaceChannels)
+    : path_(path), channel_(channel), staticSlots_(std::move(staticSlots)), report_(report),
+      interfaceChannels_(std::move(interfaceChannels))
+{
+    source_ = openSource(path, openError_);
+    if (source_ == nullptr)
+        return;
     struct stat info;
     if (stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode))
         fileSize_ = uint64_t(info.st_size);
-    linkType_ = pcap_datalink(handle_);
-    decodable_ = linkType_ == Ethernet || linkType_ == SocketCan || linkType_ == FlexRay || linkType_ == Lin;
-    if (!decodable_)
-        report_.warning(path_, "link type " + linkTypeText(linkType_) +
-                                   " is not decoded (Ethernet, SocketCAN, FlexRay and LIN are); the capture is "
-                                   "skipped");
+    hostOrderCanIds_ = canIdsInHostOrder(path);
+    if (hostOrderCanIds_)
+        report_.warning(path_, "the SocketCAN identifiers of this capture are in little-endian host byte order, "
+                               "as older capture tools wrote them; they are read so");
 }
 
-PcapRecording::~PcapRecording()
+PcapRecording::~PcapRecording() = default;
+
+bool PcapRecording::decodable(const CapturedPacket& packet)
 {
-    if (handle_)
-        pcap_close(handle_);
+    if (packet.interface >= interfaces_.size())
+        interfaces_.resize(size_t(packet.interface) + 1);
+    InterfaceState& state = interfaces_[packet.interface];
+    if (!state.seen) {
+        state.seen = true;
+        const int type = packet.linkType;
+        state.decoded = type == Ethernet || type == SocketCan || type == FlexRay || type == Lin;
+        const auto mapped = interfaceChannels_.find(packet.interface);
+        const uint32_t numbered = uint32_t(channel_) + packet.interface;
+        state.channel = mapped != interfaceChannels_.end() ? mapped->second
+                        : numbered <= 255                  ? uint8_t(numbered)
+                                                           : channel_;
+        if (!state.decoded)
+            report_.warning(path_, (packet.interface == 0 ? std::string()
+                                                          : "interface " + std::to_string(packet.interface) + ": ") +
+                                       "link type " + linkTypeText(type) +
+                                       " is not decoded (Ethernet, SocketCAN, FlexRay and LIN are); " +
+                                       (packet.interface == 0 ? "the capture is skipped" : "its packets are skipped"));
+    }
+    packetChannel_ = state.channel;
+    return state.decoded;
 }
 
 bool PcapRecording::next()
 {
-    while (decodable_) {
-        pcap_pkthdr* header = nullptr;
-        const unsigned char* data = nullptr;
-        const int got = pcap_next_ex(handle_, &header, &data);
-        if (got == PCAP_ERROR_BREAK) // the end of the capture
+    CapturedPacket packet;
+    while (reading_) {
+        const CaptureSource::Status status = source_->next(packet);
+        if (status == CaptureSource::End)
             break;
-        if (got < 0) {
+        if (status == CaptureSource::Failed) {
             readFailed();
             break;
         }
-        if (got == 0)
-            continue;
         ++packets_;
-        consumed_ += packetHeaderBytes + header->caplen;
-        const char* reason = "";
-        switch (convert(*header, data, reason)) {
+        consumed_ += packet.fileBytes;
+        const char* reason = packet.badReason;
+        if (reason == nullptr && !decodable(packet))
+            continue;
+        switch (reason ? Bad : convert(packet, reason)) {
         case Message:
             return true;
         case Skipped:
@@ -118,48 +184,37 @@ bool PcapRecording::next()
             break;
         }
     }
-    decodable_ = false;
+    reading_ = false;
     consumed_ = fileSize_;
     return false;
 }
 
 void PcapRecording::readFailed()
 {
-    const std::string reason = pcap_geterr(handle_);
-    const std::string after = " (after " + std::to_string(packets_) + " packets)";
-    if (reason.find(mixedLinkTypes) != std::string::npos)
-        report_.error(path_, "the interfaces of this pcapng capture have different link types, which libpcap "
-                             "reads only one at a time (" + reason + ")" + after +
-                             "; split it into one capture per link type, e.g. with editcap (editcap -r " + path_ +
-                             " part.pcapng 1-1000 keeps packets 1 to 1000) or with tshark -r " + path_ +
-                             " -Y 'frame.interface_id == 1' -w part.pcapng");
-    else
-        report_.error(path_, reason + after);
+    report_.error(path_, source_->error() + " (after " + std::to_string(packets_) + " packets)");
 }
 
-PcapRecording::Result PcapRecording::convert(const pcap_pkthdr& header, const unsigned char* data,
-                                             const char*& reason)
+PcapRecording::Result PcapRecording::convert(const CapturedPacket& packet, const char*& reason)
 {
-    if (header.ts.tv_sec < 0 || header.ts.tv_usec < 0)
+    if (!packet.timeValid)
         return bad(reason, "time stamp before 1970");
-    const uint64_t timestamp = uint64_t(header.ts.tv_sec) * 1000000u + uint64_t(header.ts.tv_usec);
     Result result = Skipped;
-    switch (linkType_) {
+    switch (packet.linkType) {
     case Ethernet:
-        result = ethernet(data, header.caplen);
-        message_.ethernet.timestamp = timestamp;
+        result = ethernet(packet.data, packet.length);
+        message_.ethernet.timestamp = packet.timestamp;
         break;
     case SocketCan:
-        result = socketCan(data, header.caplen, reason);
-        message_.can.timestamp = timestamp;
+        result = socketCan(packet.data, packet.length, reason);
+        message_.can.timestamp = packet.timestamp;
         break;
     case FlexRay:
-        result = flexRay(data, header.caplen, reason);
-        message_.flexRay.timestamp = timestamp;
+        result = flexRay(packet.data, packet.length, reason);
+        message_.flexRay.timestamp = packet.timestamp;
         break;
     case Lin:
-        result = lin(data, header.caplen, reason);
-        message_.lin.timestamp = timestamp;
+        result = lin(packet.data, packet.length, reason);
+        message_.lin.timestamp = packet.timestamp;
         break;
     }
     return result;
@@ -168,8 +223,8 @@ PcapRecording::Result PcapRecording::convert(const pcap_pkthdr& header, const un
 PcapRecording::Result PcapRecording::ethernet(const unsigned char* data, uint32_t length)
 {
     message_.kind = RecordedMessage::Ethernet;
-    message_.ethernet.frame.assign(data, data + length);
-    message_.ethernet.channel = channel_;
+    message_.ethernet.frame.assign(data, data + EthernetFrameEnd::of(data, length));
+    message_.ethernet.channel = packetChannel_;
     return Message;
 }
 
@@ -180,7 +235,7 @@ PcapRecording::Result PcapRecording::socketCan(const unsigned char* data, uint32
 {
     if (length < socketCanHeaderBytes)
         return bad(reason, "shorter than the 8-byte SocketCAN header");
-    const uint32_t id = bigEndian32(data);
+    const uint32_t id = hostOrderCanIds_ ? littleEndian32(data) : bigEndian32(data);
     const uint8_t payloadLength = data[4], flags = data[5];
     if (payloadLength & canXlFrame)
         return Skipped; // CAN XL: not a frame the CAN signals can be in
@@ -203,7 +258,7 @@ PcapRecording::Result PcapRecording::socketCan(const unsigned char* data, uint32
     can.length = payloadLength;
     std::memcpy(can.payload, data + socketCanHeaderBytes, payloadLength);
     std::memset(can.payload + payloadLength, 0, sizeof can.payload - payloadLength);
-    can.channel = channel_;
+    can.channel = packetChannel_;
     return Message;
 }
 
@@ -231,7 +286,7 @@ PcapRecording::Result PcapRecording::flexRay(const unsigned char* data, uint32_t
     message_.kind = RecordedMessage::FlexRay;
     const bool isStatic = slot < staticSlots_.size() && staticSlots_[slot];
     frame.frameKind = isStatic ? 16 : 17;
-    frame.channel = channel_;
+    frame.channel = packetChannel_;
     frame.slot = slot;
     frame.cycle = data[6] & 0x3f;
     const unsigned char* payload = data + flexRayHeaderBytes;
@@ -258,7 +313,7 @@ PcapRecording::Result PcapRecording::lin(const unsigned char* data, uint32_t len
     message_.kind = RecordedMessage::Lin;
     lin.data.assign(data + linHeaderBytes, data + linHeaderBytes + payloadLength);
     lin.protectedId = data[5];
-    lin.channel = channel_;
+    lin.channel = packetChannel_;
     return Message;
 }
 

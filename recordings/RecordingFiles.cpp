@@ -28,6 +28,7 @@ struct RecordingFiles::State {
     RecordingReport& report;
     CandumpReader candump;
     std::map<std::string, uint8_t> fileChannels;
+    std::map<std::string, std::map<uint32_t, uint8_t>> interfaceChannels;
     std::vector<bool> staticSlots;
 };
 
@@ -55,13 +56,22 @@ bool RecordingFiles::parseChannelMap(const std::string& text, std::string& name,
 
 void RecordingFiles::mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings)
 {
-    bool file = false;
+    // "FILE#N": interface N of a capture.
+    const size_t hash = name.rfind('#');
+    const std::string interface = hash == std::string::npos ? std::string() : name.substr(hash + 1);
+    const bool numbered = !interface.empty() && interface.size() <= 9 &&
+                          interface.find_first_not_of("0123456789") == std::string::npos;
+    const std::string file = numbered ? name.substr(0, hash) : name;
+    bool mapped = false;
     for (const std::string& path : recordings)
-        if ((path == name || fileName(path) == name) && RecordingFormats::of(path).channelPerFile) {
-            state_->fileChannels[path] = channel;
-            file = true;
+        if ((path == file || fileName(path) == file) && RecordingFormats::of(path).channelPerFile) {
+            if (numbered)
+                state_->interfaceChannels[path][uint32_t(std::stoul(interface))] = channel;
+            else
+                state_->fileChannels[path] = channel;
+            mapped = true;
         }
-    if (!file)
+    if (!mapped)
         state_->candump.mapInterface(name, channel);
 }
 
@@ -79,7 +89,7 @@ std::unique_ptr<RecordingReader> RecordingFiles::open(const std::string& path, s
     const auto channel = state_->fileChannels.find(path);
     const RecordingSetup setup{state_->report,
                                channel == state_->fileChannels.end() ? defaultFileChannel : channel->second,
-                               state_->staticSlots, state_->candump};
+                               state_->staticSlots, state_->candump, state_->interfaceChannels[path]};
     return RecordingFormats::of(path).open(path, setup, error);
 }
 

@@ -39,7 +39,9 @@ public:
 
     // `--channel NAME=N`: when NAME names a capture among `recordings` (as
     // given, or by its file name), the capture's messages get channel N
-    // (default 1); otherwise candump interface NAME gets channel N.
+    // (default 1); NAME#I names interface I of a pcapng capture alone
+    // (default: the capture's channel + I); otherwise candump interface NAME
+    // gets channel N.
     void mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings);
     // Takes the static FlexRay slots from the definitions' positions.
     void useFlexRaySegments(const DefinitionSet& definitions);

@@ -6,6 +6,7 @@
 #include "recordings/RecordingReport.h"
 
 #include <cstdint>
+#include <map>
 #include <vector>
 
 namespace rksignal {
@@ -22,6 +23,9 @@ struct RecordingSetup {
     // One parser for every candump log of a run, so that they share the
     // numbering of their interfaces.
     CandumpReader& candump;
+    // Channels of the file's capture interfaces by number (`--channel
+    // FILE#N=CHANNEL`); an interface not listed gets channel + N.
+    const std::map<uint32_t, uint8_t>& interfaceChannels;
 };
 
 } // namespace rksignal

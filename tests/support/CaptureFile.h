@@ -31,14 +31,14 @@ public:
     }
 
     // pcapng: a section header (version 1.0, length unknown), one interface
-    // per link type (nanosecond resolution by the if_tsresol option), enhanced
-    // packet blocks.
+    // per link type (nanosecond resolution by the if_tsresol option; snapshot
+    // length 65535 - 100 x its number), enhanced packet blocks.
     static std::string pcapng(const std::vector<uint32_t>& interfaceLinkTypes, const std::vector<CapturePacket>& packets)
     {
         std::string out;
         block(out, 0x0a0d0d0au, [](std::string& body) { put32(body, {0x1a2b3c4du, 1, 0xffffffffu, 0xffffffffu}); });
-        for (uint32_t linkType : interfaceLinkTypes)
-            block(out, 1, [linkType](std::string& body) { put32(body, {linkType, 65535, 9 | 1 << 16, 9, 0}); });
+        for (uint32_t i = 0; i < interfaceLinkTypes.size(); ++i)
+            block(out, 1, [&](std::string& body) { put32(body, {interfaceLinkTypes[i], 65535 - 100 * i, 9 | 1 << 16, 9, 0}); });
         for (const CapturePacket& packet : packets)
             block(out, 6, [&packet](std::string& body) {
                 const uint64_t stamp = packet.seconds * 1000000000u + packet.fraction;
