@@ -7,6 +7,7 @@
 #include "signal/MessageLine.h"
 #include "signal/SignalRegistration.h"
 
+EthernetSignal::ContainerFraming EthernetSignal::containerFraming = EthernetSignal::LoggerFraming;
 std::array<bool, 256> EthernetSignal::channelsInUse{};
 std::map<EthernetFrameHash*, EthernetSignal::SignalList> EthernetSignal::ethernetFrames;
 std::map<uint64_t, EthernetSignal::SignalList> EthernetSignal::positiveList;

@@ -96,6 +96,18 @@ public:
     static bool decode(unsigned char channel, const std::vector<unsigned char>& frame, unsigned long time,
                        std::vector<unsigned long>& ids, SignalStorage* storage = nullptr);
 
+    // How IPDU, SPDU and SOME/IP containers are walked. LoggerFraming (the
+    // default) is the logger's own walk: a SOME/IP length counts from the
+    // end of the 16-byte header, and a container whose data reach the end of
+    // the frame is not accepted. ProtocolFraming follows the protocols as
+    // real traffic carries them: a SOME/IP length counts from the end of the
+    // length field (the next message begins 8 + length further on; a length
+    // below 8 is malformed and ends the walk), and a container may end
+    // exactly at the frame's end, so hand the decoder frames cut at the end
+    // of their datagram. Set it before decoding starts.
+    enum ContainerFraming : uint8_t { LoggerFraming, ProtocolFraming };
+    static ContainerFraming containerFraming;
+
     static std::array<bool, 256> channelsInUse;
     static std::map<EthernetFrameHash*, SignalList> ethernetFrames;
     static std::map<uint64_t, SignalList> positiveList;

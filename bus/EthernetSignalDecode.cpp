@@ -35,6 +35,7 @@ constexpr unsigned containerLengthAt = 4;
 constexpr unsigned ipduHeaderBytes = 8;
 constexpr unsigned spduHeaderBytes = 16;
 constexpr unsigned someIpHeaderBytes = 16;
+constexpr unsigned someIpLengthFrom = 8; // the protocol's length counts from the end of the length field
 
 inline uint16_t be16(const unsigned char* p)
 {
@@ -57,26 +58,31 @@ SignalStorage& resolve(SignalStorage* storage)
 }
 
 // Walks a chain of containers from `start`. Each has a header of
-// `headerBytes` with its data length at containerLengthAt, and the next one
-// follows headerBytes + length further on. A container whose data reach the
-// frame's end is not accepted, nor is a header that does not end before it;
-// with `zeroLengthEnds` a length of 0 ends the walk. The 64-bit sums cannot
-// overflow: start stays below `end` and a length has 32 bits.
+// `headerBytes` with its data length at containerLengthAt; the container
+// ends `length` bytes after `lengthFrom` (the end of the header, or of the
+// length field for SOME/IP in protocol framing) and the next one follows.
+// In the logger's framing a container whose data reach the frame's end is
+// not accepted, nor is a header that does not end before it; in protocol
+// framing both may end exactly there. With `zeroLengthEnds` a length of 0
+// ends the walk. The 64-bit sums cannot overflow: start stays below `end`
+// and a length has 32 bits.
 template <class IsWanted>
 bool walkContainers(const unsigned char* frame, uint64_t end, uint64_t start, unsigned headerBytes,
-                    bool zeroLengthEnds, IsWanted isWanted, uint64_t& dataOffset)
+                    unsigned lengthFrom, bool zeroLengthEnds, IsWanted isWanted, uint64_t& dataOffset)
 {
-    while (start + headerBytes < end) {
+    const uint64_t limit = end + (EthernetSignal::containerFraming == EthernetSignal::ProtocolFraming ? 1 : 0);
+    while (start + headerBytes < limit) {
         const uint32_t length = be32(frame + start + containerLengthAt);
         if (length == 0 && zeroLengthEnds)
             return false;
-        if (start + headerBytes + length >= end)
+        const uint64_t containerEnd = start + lengthFrom + length;
+        if (containerEnd >= limit || containerEnd < start + headerBytes)
             return false;
         if (isWanted(frame + start, start)) {
             dataOffset = start + headerBytes;
             return true;
         }
-        start += headerBytes + length;
+        start = containerEnd;
     }
     return false;
 }
@@ -94,7 +100,7 @@ constexpr IdentifiedContainer spdu{spduHeaderBytes, "found: SPDU ", "skipped: SP
 bool findIdentified(const IdentifiedContainer& kind, uint32_t wantedId, const unsigned char* frame, uint64_t end,
                     uint64_t start, uint64_t& dataOffset)
 {
-    return walkContainers(frame, end, start, kind.headerBytes, true,
+    return walkContainers(frame, end, start, kind.headerBytes, kind.headerBytes, true,
                           [&](const unsigned char* header, uint64_t at) {
                               if (BaseSignal::debug && kind.tracesOffset)
                                   MessageLine::debug(className, "decode", "check pdu at ", at);
@@ -107,12 +113,15 @@ bool findIdentified(const IdentifiedContainer& kind, uint32_t wantedId, const un
                           dataOffset);
 }
 
-// SOME/IP: the length counts from the end of the 16-byte header (not from
-// the end of the length field), and a length of 0 only moves on 16 bytes.
+// SOME/IP: in the logger's framing the length counts from the end of the
+// 16-byte header (not from the end of the length field), and a length of 0
+// only moves on 16 bytes.
 bool findSomeIp(const ethernetPosition_t& pos, const unsigned char* frame, uint64_t end, uint64_t start,
                 uint64_t& dataOffset)
 {
-    return walkContainers(frame, end, start, someIpHeaderBytes, false,
+    const unsigned lengthFrom =
+        EthernetSignal::containerFraming == EthernetSignal::ProtocolFraming ? someIpLengthFrom : someIpHeaderBytes;
+    return walkContainers(frame, end, start, someIpHeaderBytes, lengthFrom, false,
                           [&](const unsigned char* header, uint64_t) {
                               const uint16_t service = be16(header);
                               const uint16_t method = be16(header + 2);

@@ -32,8 +32,10 @@ Definitions: a .dbc file holds CAN frames; its signals become CAN signals named
 file holds definitions of every kind (see docs/definitions.md).
 
 Recordings, recognised by content or name, several merged in time order:
-  pcap/pcapng captures (libpcap) of Ethernet, SocketCAN (CAN, CAN FD), FlexRay
-    and LIN; channel 1, or N with --channel FILE=N
+  pcap/pcapng captures of Ethernet, SocketCAN (CAN, CAN FD), FlexRay and LIN;
+    channel 1, or N with --channel FILE=N; pcapng interface I on the file's
+    channel + I, or N with --channel FILE#I=N. SOME/IP and PDUs are framed as
+    the protocols say (--logger-framing: as the logger's library does)
   FILE.nmea  NMEA log, one sentence a line, optionally "(sec.usec) " before it
   FILE.trace trace lines of LIN, FlexRay, GPIO, analog, key and system
     messages (docs/trace-lines.md)
@@ -75,10 +77,15 @@ CLI::App& DecodeCommand::add(CLI::App& app)
         ->type_name("RECORDING");
     CommandOptions::repeatable(*decode, "--channel", options_.channelMaps,
                                "Channel of a candump interface, e.g. can0=1 (default: order of first appearance, "
-                               "from 1), or of a capture file, e.g. front.pcapng=2 (default 1); repeatable",
+                               "from 1), of a capture file, e.g. front.pcapng=2 (default 1), or of interface N of "
+                               "a pcapng file, e.g. front.pcapng#1=5 (default: the file's channel + N); repeatable",
                                "NAME=N");
     decode->add_option("--format", format_, "Output format (default: table on a terminal, csv otherwise)")
         ->check(CLI::IsMember(OutputFormats::names()));
+    decode->add_flag("--logger-framing", options_.loggerFraming,
+                     "Walk SOME/IP and PDU containers as the logger's library does by default (SOME/IP length "
+                     "from the end of the 16-byte header, no container ending at the datagram's end) instead of "
+                     "by the protocols' framing");
     decode->add_flag("--all", options_.allWrites, "A row for every write, not only for changed values");
     CommandOptions::repeatable(*decode, "--signals", options_.signalPatterns,
                                "Only rows of instances matching the glob, e.g. 'Engine*' (repeatable)", "PATTERN");

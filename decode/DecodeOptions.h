@@ -26,6 +26,10 @@ struct DecodeOptions {
     // Timeout rows for signals without a new value for this many
     // milliseconds of recording time; 0: none.
     unsigned long timeoutMs = 0;
+    // Walk SOME/IP and PDU containers as the logger does (see
+    // EthernetSignal::containerFraming) instead of by the protocols' own
+    // framing, which real captures follow.
+    bool loggerFraming = false;
     // False: decode only (values, shared memory, counts), hand out no rows.
     bool rows = true;
 

@@ -69,6 +69,33 @@ TEST_F(EthernetTest, SpduAndSomeIpLengthRules)
     EXPECT_FALSE(EthernetSignal::decodeMessage(mii(huge), ids, &storage));
 }
 
+// Real traffic: SOME/IP lengths count from the end of the length field, and
+// the last message or PDU of a datagram ends exactly at its end.
+TEST_F(EthernetTest, ProtocolFramingOfSomeIpAndPdus)
+{
+    EthernetSignal someIp(definition("someip", {position(ETH_SOMEIP, 0, 0x1234, 0x8002)}), false, &storage);
+    EthernetSignal pdu(definition("pdu", {position(ETH_IPDU, 0, 2)}), false, &storage);
+    const auto message = [](FrameBuilder frame, uint16_t method, uint32_t length, FrameBuilder::Bytes data) {
+        return frame.be16(0x1234).be16(method).be32(length).be32(0x00010001).bytes({1, 1, 2, 0}).bytes(data);
+    };
+    const auto twoMessages = message(message(udpFrame(), 0x8001, 8 + 2, {9, 9}), 0x8002, 8 + 1, {0x5a}).build();
+    const auto pdus = udpFrame().ipdu(1, {0xaa}).ipdu(2, {0x3c}).build();
+
+    EXPECT_FALSE(EthernetSignal::decodeMessage(mii(twoMessages), ids, &storage));
+    EXPECT_FALSE(EthernetSignal::decodeMessage(mii(pdus), ids, &storage));
+
+    EthernetSignal::containerFraming = EthernetSignal::ProtocolFraming;
+    EXPECT_TRUE(EthernetSignal::decodeMessage(mii(twoMessages), ids, &storage));
+    EXPECT_EQ(rawOf(someIp), 0x5au);
+    EXPECT_TRUE(EthernetSignal::decodeMessage(mii(pdus), ids, &storage));
+    EXPECT_EQ(rawOf(pdu), 0x3cu);
+    // A SOME/IP length below 8 cannot even cover the rest of the header.
+    EXPECT_FALSE(EthernetSignal::decodeMessage(mii(message(udpFrame(), 0x8002, 7, {0x5b}).build()), ids, &storage));
+    // One byte more than the datagram holds.
+    EXPECT_FALSE(EthernetSignal::decodeMessage(mii(message(udpFrame(), 0x8002, 8 + 2, {0x5b}).build()), ids, &storage));
+    EXPECT_EQ(rawOf(someIp), 0x5au);
+}
+
 TEST_F(EthernetTest, SeveralSignalsAndTheDecisionCache)
 {
     EthernetSignal first(definition("first", {position(ETH_DEFAULT, 0)}), false, &storage);

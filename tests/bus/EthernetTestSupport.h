@@ -57,6 +57,7 @@ protected:
                     EthernetSignal::negativeList.empty());
         EXPECT_TRUE(std::none_of(used.begin(), used.end(), [](bool inUse) { return inUse; }));
         BaseSignal::debug = 0;
+        EthernetSignal::containerFraming = EthernetSignal::LoggerFraming;
     }
 
     SignalStorage storage;
