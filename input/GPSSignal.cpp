@@ -27,31 +27,37 @@ std::map<std::string, uint64_t> gpsIdentifierBases()
     return bases;
 }
 
-// The RMC field that feeds the signal `name`; false for the GGA signals.
-bool rmcField(const std::string& name, const GPSTraceMessage::numeric_gprmc_t& rmc, uint64_t& value)
+// The RMC field that feeds the signal `name`, and its bit in emptyFields;
+// false for the GGA signals.
+bool rmcField(const std::string& name, const GPSTraceMessage::numeric_gprmc_t& rmc, uint64_t& value, uint8_t& empty)
 {
+    empty = 0;
     if (name == timeName)
-        value = static_cast<uint64_t>(rmc.time);
+        value = static_cast<uint64_t>(rmc.time), empty = GPSTraceMessage::EmptyTime;
     else if (name == statusName)
         value = rmc.status;
     else if (name == latitudeName)
-        value = rmc.latitude;
+        value = rmc.latitude, empty = GPSTraceMessage::EmptyLatitude;
     else if (name == longitudeName)
-        value = rmc.longitude;
+        value = rmc.longitude, empty = GPSTraceMessage::EmptyLongitude;
     else if (name == speedName)
-        value = rmc.speed;
+        value = rmc.speed, empty = GPSTraceMessage::EmptySpeed;
     else if (name == courseName)
-        value = rmc.course;
+        value = rmc.course, empty = GPSTraceMessage::EmptyCourse;
     else if (name == dateName)
-        value = static_cast<uint64_t>(rmc.date);
+        value = static_cast<uint64_t>(rmc.date), empty = GPSTraceMessage::EmptyDate;
     else
         return false;
     return true;
 }
 
+// Writes `value` to the signal `name`, unless its field came empty and
+// empty fields are skipped.
 void writeNamed(const std::string& name, uint64_t value, uint64_t timestamp, std::vector<unsigned long>& ids,
-                SignalStorage* storage)
+                SignalStorage* storage, bool fieldEmpty = false)
 {
+    if (fieldEmpty && GPSSignal::skipEmptyFields)
+        return;
     if (BaseSignal* signal = BaseSignal::getInstance(name, storage)) {
         signal->write(value, timestamp);
         ids.push_back(signal->id);
@@ -114,6 +120,7 @@ std::map<std::string, std::string> GPSSignal::gpsSignalUnit = {
 std::map<uint64_t, std::string> GPSSignal::gpsStatusValueDescription = {{0, "Void"}, {1, "Active"}};
 
 uint8_t GPSSignal::gpsStatus = 0;
+bool GPSSignal::skipEmptyFields = false;
 
 GPSSignal::GPSSignal(const inputSignalDef_t& definition, bool shmem, SignalStorage* storage)
     : InputSignal(definition, shmem, storage)
@@ -161,8 +168,9 @@ bool GPSSignal::decodeMessage(const GPSTraceMessage& msg, std::vector<unsigned l
             return clearForVoidFix(msg.timestamp, ids, storage);
         for (const auto& entry : gps_ids) {
             uint64_t value = 0;
-            if (rmcField(entry.first, rmc, value))
-                writeNamed(entry.first, value, msg.timestamp, ids, storage);
+            uint8_t empty = 0;
+            if (rmcField(entry.first, rmc, value, empty))
+                writeNamed(entry.first, value, msg.timestamp, ids, storage, (rmc.emptyFields & empty) != 0);
         }
     } else if (gpsStatus == 0) {
         return false; // no fix yet: a GGA sentence alone means nothing
@@ -170,8 +178,10 @@ bool GPSSignal::decodeMessage(const GPSTraceMessage& msg, std::vector<unsigned l
 
     GPSTraceMessage::numeric_gpgga_t gga{};
     if (msg.getGPGGA(gga)) {
-        writeNamed(satellitesName, gga.satellites, msg.timestamp, ids, storage);
-        writeNamed(altitudeName, gga.altitude, msg.timestamp, ids, storage);
+        writeNamed(satellitesName, gga.satellites, msg.timestamp, ids, storage,
+                   gga.emptyFields & GPSTraceMessage::EmptySatellites);
+        writeNamed(altitudeName, gga.altitude, msg.timestamp, ids, storage,
+                   gga.emptyFields & GPSTraceMessage::EmptyAltitude);
     }
     return !ids.empty();
 }

@@ -45,4 +45,9 @@ public:
     static std::map<uint64_t, std::string> gpsStatusValueDescription;
     // Status of the last RMC sentence (0 void); kept between messages.
     static uint8_t gpsStatus;
+    // False (the default): a field the receiver left empty is written as
+    // 0, as the logger does. True: its signal is not written, so that a
+    // missing course or altitude is no value rather than a false 0. Set it
+    // before decoding starts.
+    static bool skipEmptyFields;
 };

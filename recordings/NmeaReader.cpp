@@ -95,7 +95,7 @@ LineParser::Result NmeaReader::parseLine(std::string_view line, RecordedMessage&
         return Bad;
     }
     const std::string_view talker = sentence.substr(1, 2), type = sentence.substr(3, 3);
-    if ((talker != "GP" && talker != "GN") || (type != "RMC" && type != "GGA"))
+    if (!NmeaSentence::isGnssTalker(talker) || (type != "RMC" && type != "GGA"))
         return Skipped;
 
     const bool isRmc = type == "RMC";

@@ -20,22 +20,19 @@ uint64_t bitsOf(double value)
 
 // Field positions after the address.
 enum RmcField { RmcTime, RmcStatus, RmcLatitude, RmcNorthSouth, RmcLongitude, RmcEastWest, RmcSpeed, RmcCourse,
-                RmcDate, RmcVariation, RmcVariationDirection, RmcMode, RmcNavigationStatus };
-// Up to the date every receiver sends; variation, mode (NMEA 2.3) and
-// navigation status (NMEA 4.1) are optional at the end.
+                RmcDate };
+// Up to the date every receiver sends; what follows (magnetic variation,
+// mode, navigation status) varies between receivers and is not read.
 constexpr size_t rmcRequiredFields = RmcDate + 1;
-constexpr size_t rmcMaxFields = RmcNavigationStatus + 1;
 
 enum GgaField { GgaTime, GgaLatitude, GgaNorthSouth, GgaLongitude, GgaEastWest, GgaQuality, GgaSatellites, GgaHdop,
-                GgaAltitude, GgaAltitudeUnit, GgaSeparation, GgaSeparationUnit, GgaDgpsAge, GgaDgpsStation };
-constexpr size_t ggaFields = GgaDgpsStation + 1;
+                GgaAltitude };
+// Receivers send 13 to 15 fields; what follows the altitude is not read.
+constexpr size_t ggaRequiredFields = GgaAltitude + 1;
 
-bool optionalRmcFieldsValid(const NmeaSentence& s)
+uint8_t emptyBit(std::string_view field, GPSTraceMessage::EmptyField bit)
 {
-    double variation = 0;
-    return NmeaField::decimal(s.field(RmcVariation), false, variation) &&
-           NmeaField::letter(s.field(RmcVariationDirection), "EW") &&
-           NmeaField::letter(s.field(RmcMode), "ADEFMNPRS") && NmeaField::letter(s.field(RmcNavigationStatus), "SCUV");
+    return field.empty() ? bit : 0;
 }
 
 } // namespace
@@ -43,7 +40,7 @@ bool optionalRmcFieldsValid(const NmeaSentence& s)
 bool GPSTraceMessage::getGPRMC(numeric_gprmc_t& rmc) const
 {
     NmeaSentence s;
-    if (!s.find(nmea, "RMC") || s.size() < rmcRequiredFields || s.size() > rmcMaxFields)
+    if (!s.find(nmea, "RMC") || s.size() < rmcRequiredFields)
         return false;
 
     numeric_gprmc_t parsed;
@@ -57,13 +54,16 @@ bool GPSTraceMessage::getGPRMC(numeric_gprmc_t& rmc) const
         !NmeaField::coordinate(s.field(RmcLatitude), s.field(RmcNorthSouth), 2, 'N', 'S', latitude) ||
         !NmeaField::coordinate(s.field(RmcLongitude), s.field(RmcEastWest), 3, 'E', 'W', longitude) ||
         !NmeaField::decimal(s.field(RmcSpeed), false, knots) || !NmeaField::decimal(s.field(RmcCourse), false, course) ||
-        course > 360.0 || !NmeaField::date(s.field(RmcDate), parsed.date) || !optionalRmcFieldsValid(s))
+        course > 360.0 || !NmeaField::date(s.field(RmcDate), parsed.date))
         return false;
 
     parsed.latitude = bitsOf(latitude);
     parsed.longitude = bitsOf(longitude);
     parsed.speed = bitsOf(knots * kilometresPerNauticalMile);
     parsed.course = bitsOf(course);
+    parsed.emptyFields = emptyBit(s.field(RmcTime), EmptyTime) | emptyBit(s.field(RmcLatitude), EmptyLatitude) |
+                         emptyBit(s.field(RmcLongitude), EmptyLongitude) | emptyBit(s.field(RmcSpeed), EmptySpeed) |
+                         emptyBit(s.field(RmcCourse), EmptyCourse) | emptyBit(s.field(RmcDate), EmptyDate);
     rmc = parsed;
     return true;
 }
@@ -71,25 +71,18 @@ bool GPSTraceMessage::getGPRMC(numeric_gprmc_t& rmc) const
 bool GPSTraceMessage::getGPGGA(numeric_gpgga_t& gga) const
 {
     NmeaSentence s;
-    if (!s.find(nmea, "GGA") || s.size() != ggaFields)
+    if (!s.find(nmea, "GGA") || s.size() < ggaRequiredFields)
         return false;
 
-    int64_t time = 0;
-    double latitude = 0, longitude = 0, hdop = 0, altitude = 0, separation = 0, dgpsAge = 0;
-    uint32_t quality = 0, satellites = 0, station = 0;
-    if (!NmeaField::time(s.field(GgaTime), time) ||
-        !NmeaField::coordinate(s.field(GgaLatitude), s.field(GgaNorthSouth), 2, 'N', 'S', latitude) ||
-        !NmeaField::coordinate(s.field(GgaLongitude), s.field(GgaEastWest), 3, 'E', 'W', longitude) ||
-        !NmeaField::number(s.field(GgaQuality), 1, quality) || !NmeaField::number(s.field(GgaSatellites), 3, satellites) ||
-        !NmeaField::decimal(s.field(GgaHdop), false, hdop) || !NmeaField::decimal(s.field(GgaAltitude), true, altitude) ||
-        !NmeaField::letter(s.field(GgaAltitudeUnit), "M") ||
-        !NmeaField::decimal(s.field(GgaSeparation), true, separation) ||
-        !NmeaField::letter(s.field(GgaSeparationUnit), "M") || !NmeaField::decimal(s.field(GgaDgpsAge), false, dgpsAge) ||
-        !NmeaField::number(s.field(GgaDgpsStation), 4, station))
+    double altitude = 0;
+    uint32_t satellites = 0;
+    if (!NmeaField::number(s.field(GgaSatellites), 3, satellites) ||
+        !NmeaField::decimal(s.field(GgaAltitude), true, altitude))
         return false;
 
     gga.satellites = static_cast<uint16_t>(satellites);
     gga.altitude = bitsOf(altitude);
+    gga.emptyFields = emptyBit(s.field(GgaSatellites), EmptySatellites) | emptyBit(s.field(GgaAltitude), EmptyAltitude);
     return true;
 }
 

@@ -23,18 +23,16 @@ int twoDigits(std::string_view text, size_t at)
     return (text[at] - '0') * 10 + (text[at + 1] - '0');
 }
 
-// Splits "digits[.digits]" into its integer part; false for any other form
-// (no digits, an empty fraction, a second point, a sign, spaces).
+// Splits "digits[.[digits]]" into its integer part; false for any other
+// form (no digits before the point, a second point, a sign, spaces).
+// Receivers write "01." for 1.
 bool integerPart(std::string_view field, std::string_view& integer)
 {
     const size_t point = field.find('.');
     integer = field.substr(0, point);
     if (integer.empty() || !allDigits(integer))
         return false;
-    if (point == std::string_view::npos)
-        return true;
-    const std::string_view fraction = field.substr(point + 1);
-    return !fraction.empty() && allDigits(fraction);
+    return point == std::string_view::npos || allDigits(field.substr(point + 1));
 }
 
 // The text has been checked to be a plain decimal; from_chars reads it

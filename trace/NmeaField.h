@@ -25,7 +25,7 @@ public:
     static bool coordinate(std::string_view field, std::string_view hemisphere, int degreeDigits, char positive,
                            char negative, double& degrees);
 
-    // A decimal number ("022.4", "545", "-12.3" when `allowSign`).
+    // A decimal number ("022.4", "545", "01.", "-12.3" when `allowSign`).
     static bool decimal(std::string_view field, bool allowSign, double& value);
 
     // Digits only ("08"), at most `maxDigits` of them.

@@ -34,12 +34,19 @@ bool NmeaSentence::find(std::string_view text, std::string_view type)
     return false;
 }
 
+bool NmeaSentence::isGnssTalker(std::string_view talker)
+{
+    for (const char* known : {"GP", "GN", "GL", "GA", "GB", "BD", "GQ"})
+        if (talker == known)
+            return true;
+    return false;
+}
+
 bool NmeaSentence::hasAddress(std::string_view sentence, std::string_view type)
 {
     if (sentence.size() < addressLength)
         return false;
-    const std::string_view talker = sentence.substr(0, 2);
-    if ((talker != "GP" && talker != "GN") || sentence.substr(2, 3) != type)
+    if (!isGnssTalker(sentence.substr(0, 2)) || sentence.substr(2, 3) != type)
         return false;
     // "$GPRMCX" is another sentence; "$GPRMC*hh" is ours, only empty.
     return sentence.size() == addressLength || sentence[addressLength] == ',' || sentence[addressLength] == '*';

@@ -14,13 +14,19 @@
 class NmeaSentence {
 public:
     // More fields than this marks a sentence as malformed; the longest
-    // sentences we read (GGA) have 14.
+    // sentences we read (GGA) have 14, some receivers add one.
     static constexpr size_t maxFields = 20;
 
-    // Finds the first sentence whose address is "GP" or "GN" followed by
-    // `type` (three letters, e.g. "RMC") and splits it. False when there is
-    // none, when its "*hh" checksum does not match, or when it is malformed.
+    // Finds the first sentence whose address is the talker of a satellite
+    // system (see isGnssTalker) followed by `type` (three letters, e.g.
+    // "RMC") and splits it. False when there is none, when its "*hh"
+    // checksum does not match, or when it is malformed.
     bool find(std::string_view text, std::string_view type);
+
+    // The talkers of the satellite systems: "GP" (GPS), "GN" (several
+    // systems combined), "GL" (GLONASS), "GA" (Galileo), "GB" and "BD"
+    // (BeiDou), "GQ" (QZSS).
+    static bool isGnssTalker(std::string_view talker);
 
     // Number of fields after the address.
     size_t size() const { return count_; }

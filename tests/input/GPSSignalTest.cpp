@@ -95,3 +95,25 @@ TEST(GPS, VoidActiveAndGgaOnlyMessages)
     gps.signals.erase(gps.signals.begin() + 7); // GPS.Status: a void fix has nothing to report
     EXPECT_FALSE(gps.decode(voidRmc, ids));
 }
+
+// An empty course and altitude: 0 as the logger writes them, or no value
+// at all when empty fields are skipped.
+TEST(GPS, EmptyFieldsWrittenAsZeroOrSkipped)
+{
+    const std::string sentences = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,,230394,,\r\n"
+                                  "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,,M,,M,,\r\n";
+    GpsSignals gps;
+    std::vector<unsigned long> ids;
+    ASSERT_TRUE(gps.decode(sentences, ids));
+    EXPECT_EQ(ids.size(), 9u);
+    EXPECT_EQ(gps["GPS.Course"].slot->raw, 0u);
+
+    GPSSignal::skipEmptyFields = true;
+    GpsSignals skipping;
+    ASSERT_TRUE(skipping.decode(sentences, ids));
+    GPSSignal::skipEmptyFields = false;
+    EXPECT_EQ(ids.size(), 7u);
+    EXPECT_FALSE(skipping["GPS.Course"].slot->valid);
+    EXPECT_FALSE(skipping["GPS.Altitude"].slot->valid);
+    EXPECT_EQ(skipping["GPS.Satellites"].slot->raw, 8u);
+}

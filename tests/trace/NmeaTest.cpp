@@ -55,6 +55,19 @@ TEST(Nmea, ReadsRealReceiverSentences)
     ASSERT_TRUE(gn.getGPGGA(g));
     EXPECT_DOUBLE_EQ(asDouble(g.altitude), -12.3);
 
+    // What receivers really send: fields no record holds are not looked at
+    // (a variation without its direction, 13 and 15 GGA fields, "0.9." as
+    // HDOP), numbers end in a point, every constellation's talker, and
+    // empty fields are flagged.
+    ASSERT_TRUE(message("$BDRMC,123519,A,4807.,N,01131.000,E,01.,,230394,003.1,,A").getGPRMC(r));
+    EXPECT_DOUBLE_EQ(asDouble(r.latitude), 48 + 7.0 / 60);
+    EXPECT_DOUBLE_EQ(asDouble(r.speed), 1.852);
+    EXPECT_EQ(r.emptyFields, GPSTraceMessage::EmptyCourse);
+    ASSERT_TRUE(message("$GAGGA,123519,4807.038,N,01131.000,E,1,08,0.9.,545.4,M,46.9,M").getGPGGA(g));
+    EXPECT_EQ(std::make_tuple(g.satellites, g.emptyFields), std::make_tuple(8, 0));
+    ASSERT_TRUE(message("$GLGGA,123519,,,,,0,,,,M,,M,,,X").getGPGGA(g));
+    EXPECT_EQ(g.emptyFields, GPSTraceMessage::EmptySatellites | GPSTraceMessage::EmptyAltitude);
+
     // No checksum, and noise before the sentence.
     EXPECT_TRUE(message("\x07noise" + rmc.substr(0, rmc.size() - 3)).getGPRMC(r));
     // A void fix has empty fields.
@@ -78,7 +91,7 @@ TEST(Nmea, RejectsCorruptedSentencesWithoutTouchingTheRecord)
         "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,321394", // date
         "$GPRMC,123519,X,4807.038,N,01131.000,E,022.4,084.4,230394", // status
         "$GPRMC,123519,A,4807.038,N,01131.000,E,22.4.1,084.4,230394",
-        "$GLRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394", // other talker
+        "$GXRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394", // not a satellite system's talker
         "$GPRMC", "$GPRMC,", "$GPRM", "",
     };
     for (const std::string& text : badRmc) {
@@ -90,7 +103,7 @@ TEST(Nmea, RejectsCorruptedSentencesWithoutTouchingTheRecord)
 
     const std::string badGga[] = {
         "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48",
-        "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M",    // fields missing
+        "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9",                   // cut before the altitude
         "$GPGGA,123519,4807.038,N,01131.000,E,1,0x8,0.9,545.4,M,46.9,M,,", // satellites
         "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,54e5,M,46.9,M,,",   // altitude
         rmc,                                                                 // not a GGA
