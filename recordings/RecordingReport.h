@@ -21,13 +21,20 @@ public:
 
     explicit RecordingReport(std::ostream& out = std::cerr) : out_(out) {}
 
-    // "rksignal: <path>:<line>: bad line (<reason>): <line, cut at 80>"
+    // Text that is safe to print on a terminal: control characters (C0 and
+    // C1), bytes that are not UTF-8 and the backslash itself written as
+    // "\xhh" ("\\" for the backslash); well-formed UTF-8 kept.
+    static std::string printable(std::string_view text);
+
+    // "rksignal: <path>:<line>: bad line (<reason>): <line, cut at 80>", the
+    // path and the line printable.
     void badLine(const std::string& path, uint64_t lineNumber, std::string_view line, const char* reason);
-    // "rksignal: <path>: packet <number>: bad packet (<reason>)"
+    // "rksignal: <path>: packet <number>: bad packet (<reason>)", the path printable.
     void badPacket(const std::string& path, uint64_t packetNumber, const char* reason);
-    // "rksignal: <path>: warning: <text>"
+    // "rksignal: <path>: warning: <text>", both printable.
     void warning(const std::string& path, const std::string& text);
-    // "rksignal: <path>: <text>"; the run ends with exit status 1.
+    // "rksignal: <path>: <text>", both printable; the run ends with exit
+    // status 1.
     void error(const std::string& path, const std::string& text);
 
     uint64_t badLines() const { return badLines_; }

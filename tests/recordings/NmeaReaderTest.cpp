@@ -28,7 +28,8 @@ TEST(NmeaReader, RmcAndGgaOfOneFixMakeOneMessage)
                         << rmc2 << "\n"
                         << "$GPRMC,123521.00,A,4807.042,N,01131.020,E,022.6,084.4,230394,003.1,W*00\n"
                         << "(1.0) GPGGA,123521.00\n"
-                        << gga3 << "\n";
+                        << gga3 << "\n"
+                        << "\x1b]0;title\x07\x1b[2J\xff\xc2\x9b caf\xc3\xa9 C:\\log\n";
     OutputCapture output;
     RecordingReport report;
     LineRecording recording(path, std::make_unique<NmeaReader>(), report);
@@ -48,7 +49,12 @@ TEST(NmeaReader, RmcAndGgaOfOneFixMakeOneMessage)
     EXPECT_EQ(fixes[2].nmea, gga3);
     EXPECT_EQ(fixes[2].timestamp, 764426121000000u);
 
-    EXPECT_EQ(report.badLines(), 2u);
+    EXPECT_EQ(report.badLines(), 3u);
+    // Escape sequences, a C1 control and bytes that are not UTF-8 must not reach the terminal.
+    EXPECT_NE(output.err().find(":9: bad line (expected an NMEA sentence such as $GPRMC,...): "
+                                "\\x1b]0;title\\x07\\x1b[2J\\xff\\xc2\\x9b caf\xc3\xa9 C:\\\\log\n"),
+              std::string::npos)
+        << output.err();
     EXPECT_NE(output.err().find(path + ":6: bad line (RMC sentence with a wrong checksum or field)"), std::string::npos)
         << output.err();
     EXPECT_NE(output.err().find(path + ":7: bad line (expected an NMEA sentence such as $GPRMC,...)"),
