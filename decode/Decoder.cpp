@@ -1,5 +1,7 @@
 #include "decode/Decoder.h"
 
+#include "bus/EthernetSignal.h"
+#include "input/GPSSignal.h"
 #include "decode/FrameTableClaim.h"
 #include "decode/ReplayPacer.h"
 #include "decode/SignalSet.h"
@@ -176,6 +178,10 @@ Decoder::Decoder(DecodeOptions options, std::ostream& messages)
     // A writer removes its segments when it ends, unless asked to leave the
     // last values for readers that come later.
     BaseSignal::detachOnly = state_->options.keepSegments;
+    EthernetSignal::containerFraming =
+        state_->options.loggerFraming ? EthernetSignal::LoggerFraming : EthernetSignal::ProtocolFraming;
+    // An NMEA field left empty is no value, not 0.
+    GPSSignal::skipEmptyFields = true;
 }
 
 Decoder::~Decoder() = default;
