@@ -1,10 +1,12 @@
-// Fuzz target: pcap and pcapng bytes through libpcap and the tool's capture
-// reader (Ethernet, SocketCAN, FlexRay and LIN link types), and every message
-// it returns through the decoder of its kind.
+// Fuzz target: pcap bytes through libpcap, pcapng bytes through our block
+// reader, the tool's capture reader (Ethernet, SocketCAN, FlexRay and LIN
+// link types, host-order identifiers), and every message it returns through
+// the decoder of its kind, in either container framing.
 #include "FuzzInput.h"
 #include "FuzzSession.h"
 #include "ToolSignals.h"
 
+#include "bus/EthernetSignal.h"
 #include "recordings/PcapRecording.h"
 
 #include <sys/mman.h>
@@ -20,7 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     SignalSet& signals = fuzz::toolSignals();
     BaseSignal::clearAll(&signals.storage());
     FuzzInput in(data, size);
-    const fuzz::Session session(in.byte());
+    const uint8_t selector = in.byte();
+    const fuzz::Session session(selector);
+    // Both walks of the containers: the library's default and the tool's.
+    EthernetSignal::containerFraming = (selector & 1) ? EthernetSignal::ProtocolFraming : EthernetSignal::LoggerFraming;
     const std::string bytes = in.rest();
 
     // libpcap reads files: hand it the bytes as one that lives in memory.
