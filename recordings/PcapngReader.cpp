@@ -183,24 +183,16 @@ bool PcapngReader::packetOf(uint32_t interface, uint64_t time, uint32_t at, uint
     return true;
 }
 
-bool PcapngReader::enhancedPacket(CapturedPacket& packet)
-{
-    if (blockLength_ < blockFrameBytes + 20) {
-        packet.badReason = "enhanced packet block shorter than its header";
-        return false;
-    }
-    const uint64_t time = uint64_t(get32(12)) << 32 | get32(16);
-    return packetOf(get32(8), time, 28, get32(20), packet);
-}
-
-bool PcapngReader::obsoletePacket(CapturedPacket& packet)
+// Enhanced and obsolete packet blocks share their layout but for the
+// interface field: 32 bits, or 16 followed by a drop count.
+bool PcapngReader::timedPacket(CapturedPacket& packet, bool obsolete)
 {
     if (blockLength_ < blockFrameBytes + 20) {
         packet.badReason = "packet block shorter than its header";
         return false;
     }
     const uint64_t time = uint64_t(get32(12)) << 32 | get32(16);
-    return packetOf(get16(8), time, 28, get32(20), packet);
+    return packetOf(obsolete ? get16(8) : get32(8), time, 28, get32(20), packet);
 }
 
 // A simple packet holds the original length only; what was captured is what
@@ -244,13 +236,13 @@ CaptureSource::Status PcapngReader::next(CapturedPacket& packet)
             describeInterface();
             break;
         case EnhancedPacket:
-            enhancedPacket(packet);
+            timedPacket(packet, false);
             return Packet;
         case SimplePacket:
             simplePacket(packet);
             return Packet;
         case ObsoletePacket:
-            obsoletePacket(packet);
+            timedPacket(packet, true);
             return Packet;
         default:
             break; // name resolution, statistics, custom blocks: nothing to decode

@@ -57,9 +57,8 @@ private:
     void describeInterface();
     // Fills `packet` from a packet block; false for a block that cannot
     // hold what it claims (the packet is then reported bad).
-    bool enhancedPacket(CapturedPacket& packet);
+    bool timedPacket(CapturedPacket& packet, bool obsolete);
     bool simplePacket(CapturedPacket& packet);
-    bool obsoletePacket(CapturedPacket& packet);
     bool packetOf(uint32_t interface, uint64_t time, uint32_t at, uint32_t captured, CapturedPacket& packet);
     Status fail(const std::string& reason);
 

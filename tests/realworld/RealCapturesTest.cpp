@@ -83,16 +83,6 @@ ethernetPosition_t at(ethSignalPosType_t type, uint16_t startBit, uint8_t protoc
     return position;
 }
 
-struct Agreement {
-    size_t compared = 0, agreeing = 0;
-    void check(bool same, const std::string& what)
-    {
-        ++compared;
-        agreeing += same;
-        EXPECT_TRUE(same) << what;
-    }
-};
-
 const char* const captures[] = {"udp_someip.pcap", "udp_someip.pcapng", "tcp_someip.pcap", "SomeIpSd.pcapng",
                                 "doip.pcap",       "VlanPackets.pcap",  "ip-frag.pcap"};
 
@@ -132,7 +122,7 @@ TEST(RealCaptures, SocketCanFramesInHostOrderAreTsharksFrames)
 TEST(RealCaptures, SomeIpAndServiceDiscoveryFieldsAreTsharks)
 {
     REALWORLD_REQUIRE(realworld::folder("captures/udp_someip.pcap"), "tshark");
-    Agreement agreement;
+    realworld::Agreement agreement;
     for (const char* name : {"udp_someip.pcap", "udp_someip.pcapng", "tcp_someip.pcap", "SomeIpSd.pcapng"}) {
         const std::string path = realworld::folder(std::string("captures/") + name);
         std::string decodeAs;
@@ -206,7 +196,7 @@ TEST(RealCaptures, UdpAndTcpPayloadBytesAreTsharksAndNothingBehindThem)
 {
     REALWORLD_REQUIRE(realworld::folder("captures/doip.pcap"), "tshark");
     constexpr size_t bytesChecked = 64;
-    Agreement agreement;
+    realworld::Agreement agreement;
     size_t notWrittenBehind = 0;
     for (const char* name : captures) {
         const std::string path = realworld::folder(std::string("captures/") + name);

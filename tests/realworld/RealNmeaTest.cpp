@@ -47,21 +47,6 @@ struct Report {
     nlohmann::json tpv;
 };
 
-struct Agreement {
-    size_t compared = 0, agreeing = 0;
-    void check(bool same, const std::string& what)
-    {
-        ++compared;
-        agreeing += same;
-        EXPECT_TRUE(same) << what;
-    }
-    void near(double ours, const nlohmann::json& theirs, double tolerance, const std::string& what)
-    {
-        check(std::fabs(ours - theirs.get<double>()) <= tolerance,
-              what + ": ours " + std::to_string(ours) + ", gpsd " + theirs.dump());
-    }
-};
-
 // "2014-12-31T03:07:19.000Z" as hhmmss and ddmmyy.
 bool timeOfReport(const std::string& text, int64_t& hhmmss, int64_t& ddmmyy)
 {
@@ -74,7 +59,7 @@ bool timeOfReport(const std::string& text, int64_t& hhmmss, int64_t& ddmmyy)
 }
 
 void compareRmc(const GPSTraceMessage& sentence, const nlohmann::json& tpv, const std::string& where,
-                Agreement& agreement)
+                realworld::Agreement& agreement)
 {
     GPSTraceMessage::numeric_gprmc_t rmc;
     int64_t hhmmss = 0, ddmmyy = 0;
@@ -94,16 +79,16 @@ void compareRmc(const GPSTraceMessage& sentence, const nlohmann::json& tpv, cons
         return;
     const bool empty = rmc.emptyFields & (GPSTraceMessage::EmptyLatitude | GPSTraceMessage::EmptyLongitude);
     agreement.check(!empty, where + ": position");
-    agreement.near(asDouble(rmc.latitude), tpv["lat"], 5.1e-9, where + ": latitude");
-    agreement.near(asDouble(rmc.longitude), tpv["lon"], 5.1e-9, where + ": longitude");
+    agreement.near(asDouble(rmc.latitude), tpv["lat"].get<double>(), 5.1e-9, where + ": latitude");
+    agreement.near(asDouble(rmc.longitude), tpv["lon"].get<double>(), 5.1e-9, where + ": longitude");
     if (tpv.contains("speed") && !(rmc.emptyFields & GPSTraceMessage::EmptySpeed))
-        agreement.near(asDouble(rmc.speed) / 3.6, tpv["speed"], 5.1e-4, where + ": speed");
+        agreement.near(asDouble(rmc.speed) / 3.6, tpv["speed"].get<double>(), 5.1e-4, where + ": speed");
     if (tpv.contains("track") && !(rmc.emptyFields & GPSTraceMessage::EmptyCourse))
-        agreement.near(asDouble(rmc.course), tpv["track"], 5.1e-5, where + ": track");
+        agreement.near(asDouble(rmc.course), tpv["track"].get<double>(), 5.1e-5, where + ": track");
 }
 
 void compareGga(const GPSTraceMessage& sentence, const nlohmann::json& tpv, const std::string& where,
-                Agreement& agreement)
+                realworld::Agreement& agreement)
 {
     if (!tpv.contains("altMSL"))
         return;
@@ -113,7 +98,7 @@ void compareGga(const GPSTraceMessage& sentence, const nlohmann::json& tpv, cons
         return;
     }
     if (!(gga.emptyFields & GPSTraceMessage::EmptyAltitude))
-        agreement.near(asDouble(gga.altitude), tpv["altMSL"], 5.1e-5, where + ": altitude");
+        agreement.near(asDouble(gga.altitude), tpv["altMSL"].get<double>(), 5.1e-5, where + ": altitude");
 }
 
 } // namespace
@@ -122,7 +107,7 @@ TEST(RealNmea, RmcAndGgaValuesAreGpsdsWhereItTakesThemFromTheSameSentence)
 {
     const std::string folder = realworld::folder("nmea");
     REALWORLD_REQUIRE(folder, "");
-    Agreement agreement;
+    realworld::Agreement agreement;
     size_t logs = 0;
     for (const std::string& path : checkFiles(folder)) {
         ++logs;

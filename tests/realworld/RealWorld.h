@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
@@ -49,6 +50,23 @@ inline std::vector<std::vector<std::string>> fieldsOf(const std::string& command
     pclose(pipe);
     return rows;
 }
+
+// Counts the values compared with a reference and those that agree; each
+// disagreement fails the test with `what`.
+struct Agreement {
+    size_t compared = 0, agreeing = 0;
+    void check(bool same, const std::string& what)
+    {
+        ++compared;
+        agreeing += same;
+        EXPECT_TRUE(same) << what;
+    }
+    void near(double ours, double theirs, double tolerance, const std::string& what)
+    {
+        check(std::fabs(ours - theirs) <= tolerance,
+              what + ": ours " + std::to_string(ours) + ", reference " + std::to_string(theirs));
+    }
+};
 
 } // namespace realworld
 
