@@ -81,17 +81,20 @@ TEST(DecodeCommand, StaleSignalsAreReportedOnceUntilWrittenAgain)
 }
 
 // The other recording kinds, and their merge, are decoded in the example
-// recordings' test; here a capture on a channel of its own beside a candump log.
+// recordings' test; here the interfaces of a capture on channels of their
+// own (interface 0 on the file's channel 5, interface 1 on 2) beside a
+// candump log.
 TEST(DecodeCommand, CandumpAndCaptureMergedInTimeOrderOnTheirChannels)
 {
     const std::string defs = writeTestFile("kinds.json", R"({"can": [
       {"instance": "Bus1.Speed", "channel": 1, "msgId": 256, "bits": 8},
       {"instance": "Bus2.Speed", "channel": 2, "msgId": 256, "bits": 8}]})");
     const std::string candump = writeTestFile("kinds.log", "(10.000000) can0 100#05\n(13.000000) can0 100#06\n");
-    const std::string capture = CaptureFile::write(testing::TempDir() + "kinds.pcap",
-                                                   CaptureFile::pcap(227, false, {{11, 0, {0, 0, 1, 0, 1, 0, 0, 0, 7}}}));
-    ToolResult result = runTool("decode --defs " + defs + " --format csv --channel kinds.pcap=2 " + candump + " " +
-                                capture + " 2>&1");
+    const std::string capture = CaptureFile::write(
+        testing::TempDir() + "kinds.pcapng",
+        CaptureFile::pcapng({227, 227}, {{11, 0, {0, 0, 1, 0, 1, 0, 0, 0, 7}, 1}, {12, 0, {0, 0, 1, 0, 1, 0, 0, 0, 8}}}));
+    ToolResult result = runTool("decode --defs " + defs + " --format csv --channel kinds.pcapng#1=2 --channel kinds.pcapng=5 " +
+                                candump + " " + capture + " 2>&1");
     EXPECT_EQ(result.status, 0);
     // Up to the summary's timing.
     EXPECT_EQ(result.output.substr(0, result.output.rfind("; ") + 2),
@@ -99,7 +102,7 @@ TEST(DecodeCommand, CandumpAndCaptureMergedInTimeOrderOnTheirChannels)
               "1970-01-01 00:00:10.000000,Bus1.Speed,5,,\n"
               "1970-01-01 00:00:11.000000,Bus2.Speed,7,,\n"
               "1970-01-01 00:00:13.000000,Bus1.Speed,6,,\n"
-              "rksignal: 3 frames read, 3 with signals, 3 signal writes, 0 triggers fired, 0 bad lines; ")
+              "rksignal: 4 frames read, 3 with signals, 3 signal writes, 0 triggers fired, 0 bad lines; ")
         << result.output;
 }
 
