@@ -49,21 +49,35 @@ bool GPSTraceMessage::getGPRMC(numeric_gprmc_t& rmc) const
         return false;
     parsed.status = status == "A" ? 1 : 0;
 
+    // A void fix gives the signals nothing but its status, and receivers
+    // fill its other fields with placeholders ("8960.000000"): there a field
+    // that cannot be read is no value rather than a reason to drop the
+    // sentence.
+    const bool active = parsed.status == 1;
+    uint8_t empty = emptyBit(s.field(RmcTime), EmptyTime) | emptyBit(s.field(RmcLatitude), EmptyLatitude) |
+                    emptyBit(s.field(RmcLongitude), EmptyLongitude) | emptyBit(s.field(RmcSpeed), EmptySpeed) |
+                    emptyBit(s.field(RmcCourse), EmptyCourse) | emptyBit(s.field(RmcDate), EmptyDate);
+    const auto take = [&](bool read, EmptyField bit) {
+        if (!read)
+            empty |= bit;
+        return read || !active;
+    };
     double latitude = 0, longitude = 0, knots = 0, course = 0;
-    if (!NmeaField::time(s.field(RmcTime), parsed.time) ||
-        !NmeaField::coordinate(s.field(RmcLatitude), s.field(RmcNorthSouth), 2, 'N', 'S', latitude) ||
-        !NmeaField::coordinate(s.field(RmcLongitude), s.field(RmcEastWest), 3, 'E', 'W', longitude) ||
-        !NmeaField::decimal(s.field(RmcSpeed), false, knots) || !NmeaField::decimal(s.field(RmcCourse), false, course) ||
-        course > 360.0 || !NmeaField::date(s.field(RmcDate), parsed.date))
+    if (!take(NmeaField::time(s.field(RmcTime), parsed.time), EmptyTime) ||
+        !take(NmeaField::coordinate(s.field(RmcLatitude), s.field(RmcNorthSouth), 2, 'N', 'S', latitude),
+              EmptyLatitude) ||
+        !take(NmeaField::coordinate(s.field(RmcLongitude), s.field(RmcEastWest), 3, 'E', 'W', longitude),
+              EmptyLongitude) ||
+        !take(NmeaField::decimal(s.field(RmcSpeed), false, knots), EmptySpeed) ||
+        !take(NmeaField::decimal(s.field(RmcCourse), false, course) && course <= 360.0, EmptyCourse) ||
+        !take(NmeaField::date(s.field(RmcDate), parsed.date), EmptyDate))
         return false;
 
     parsed.latitude = bitsOf(latitude);
     parsed.longitude = bitsOf(longitude);
     parsed.speed = bitsOf(knots * kilometresPerNauticalMile);
-    parsed.course = bitsOf(course);
-    parsed.emptyFields = emptyBit(s.field(RmcTime), EmptyTime) | emptyBit(s.field(RmcLatitude), EmptyLatitude) |
-                         emptyBit(s.field(RmcLongitude), EmptyLongitude) | emptyBit(s.field(RmcSpeed), EmptySpeed) |
-                         emptyBit(s.field(RmcCourse), EmptyCourse) | emptyBit(s.field(RmcDate), EmptyDate);
+    parsed.course = bitsOf(empty & EmptyCourse ? 0.0 : course);
+    parsed.emptyFields = empty;
     rmc = parsed;
     return true;
 }

@@ -70,9 +70,12 @@ TEST(Nmea, ReadsRealReceiverSentences)
 
     // No checksum, and noise before the sentence.
     EXPECT_TRUE(message("\x07noise" + rmc.substr(0, rmc.size() - 3)).getGPRMC(r));
-    // A void fix has empty fields.
+    // A void fix has empty fields, or placeholders that are no value either.
     ASSERT_TRUE(message("$GPRMC,,V,,,,,,,,,,N*53").getGPRMC(r));
     EXPECT_EQ(std::tie(r.status, r.time, r.latitude), std::make_tuple(0, 0, 0u));
+    ASSERT_TRUE(message("$GPRMC,235946.005,V,8960.000000,N,00000.000000,E,0.000,400,050180,,,N").getGPRMC(r));
+    EXPECT_EQ(std::tie(r.status, r.time, r.latitude, r.course, r.emptyFields),
+              std::make_tuple(0, 235946, 0u, 0u, uint8_t(GPSTraceMessage::EmptyLatitude | GPSTraceMessage::EmptyCourse)));
 }
 
 TEST(Nmea, RejectsCorruptedSentencesWithoutTouchingTheRecord)
