@@ -22,8 +22,11 @@ constexpr uint32_t canIdBits = 0x1fffffffu;
 constexpr uint8_t canFdBitRateSwitch = 0x01, canFdErrorState = 0x02, canFdFrame = 0x04;
 constexpr uint8_t canXlFrame = 0x80; // in the length byte's place of a CAN XL header
 constexpr uint32_t socketCanHeaderBytes = 8;
-// Frames read to tell the byte order of a capture's CAN identifiers.
+// Frames read to tell the byte order of a capture's CAN identifiers, and
+// packets looked at to find them (a capture of Ethernet alone is not read
+// through twice).
 constexpr int byteOrderSample = 1000;
+constexpr int byteOrderSearch = 10000;
 
 constexpr uint32_t linHeaderBytes = 8;
 constexpr uint8_t linFrame = 0;
@@ -104,7 +107,9 @@ bool PcapRecording::canIdsInHostOrder(const std::string& path)
     const std::unique_ptr<CaptureSource> source = openSource(path, error);
     int impossibleAsNetwork = 0, impossibleAsHost = 0;
     CapturedPacket packet;
-    for (int frames = 0; source && frames < byteOrderSample && source->next(packet) == CaptureSource::Packet;) {
+    for (int frames = 0, packets = 0; source && frames < byteOrderSample && packets < byteOrderSearch &&
+                                      source->next(packet) == CaptureSource::Packet;
+         ++packets) {
         if (packet.badReason || packet.linkType != SocketCan || packet.length < socketCanHeaderBytes)
             continue;
         ++frames;
