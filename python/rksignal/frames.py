@@ -103,13 +103,16 @@ def _frame(columns):
     def categorical(name):
         return pd.Categorical.from_codes(columns[name], categories=columns[name + "_categories"])
 
+    # Built from arrays only, so that pandas takes them as they are: the
+    # nanoseconds viewed as datetime64 (the smallest int64 is NaT), the
+    # codes as categoricals.
     return pd.DataFrame({
-        "time": pd.to_datetime(columns["time"], unit="ns", utc=True),
+        "time": pd.DatetimeIndex(columns["time"].view("M8[ns]")).tz_localize("UTC"),
         "instance": categorical("instance"),
         "value": columns["value"],
         "unit": categorical("unit"),
         "description": categorical("description"),
-    }, columns=COLUMNS)
+    })
 
 
 def _definitions(definitions):
