@@ -116,6 +116,21 @@ uint64_t DecodeRun::write(const std::string& path, const std::string& formatName
     return rows;
 }
 
+uint64_t DecodeRun::count()
+{
+    Decoder& run = decoder();
+    uint64_t rows = 0;
+    {
+        py::gil_scoped_release unlocked;
+        DecodedRow row;
+        while (run.next(row))
+            ++rows;
+    }
+    rows_ += rows;
+    failOnReadErrors();
+    return rows;
+}
+
 py::dict DecodeRun::summary() const
 {
     py::dict summary;

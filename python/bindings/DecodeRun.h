@@ -33,6 +33,8 @@ public:
     // Writes every row left to `path` in an output format of the tool
     // ("csv", "jsonl", "table"); returns the number of rows.
     uint64_t write(const std::string& path, const std::string& format);
+    // Decodes every row left without keeping any; returns their number.
+    uint64_t count();
     // Frames, bad lines and packets, writes, triggers fired, the warnings of
     // the load and the messages about the recordings so far.
     pybind11::dict summary() const;

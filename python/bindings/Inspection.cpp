@@ -27,21 +27,6 @@ std::vector<std::string> lines(const std::string& text)
     return found;
 }
 
-const char* stateName(LiveValue::State state)
-{
-    switch (state) {
-    case LiveValue::Valid:
-        return "valid";
-    case LiveValue::NoValue:
-        return "no value";
-    case LiveValue::Locked:
-        return "locked";
-    case LiveValue::Ended:
-        return "ended";
-    }
-    return "";
-}
-
 py::dict inputs(const std::map<int, std::string>& table)
 {
     py::dict found;
@@ -125,7 +110,7 @@ py::list live(const DefinitionSet& definitions, const std::vector<std::string>& 
         row["value"] = value.hasValue ? py::object(py::float_(value.value)) : py::none();
         row["unit"] = std::string(value.unit);
         row["description"] = value.hasValue ? value.description : std::string();
-        row["state"] = stateName(value.state);
+        row["state"] = int(value.state); // named on the Python side
         row["timestamp"] = value.hasValue ? py::object(py::int_(value.timestamp)) : py::none();
         rows.append(row);
     }

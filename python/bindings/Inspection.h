@@ -21,7 +21,8 @@ pybind11::list check(const std::vector<std::string>& expressions, const Definiti
 // The event parser's tables under the names clients read them by.
 pybind11::dict events(const std::string& text);
 // One dict per signal matching `patterns` (all when empty): instance, value,
-// unit, description, state, timestamp (microseconds; None without a value).
+// unit, description, state (LiveValue::State as a number), timestamp
+// (microseconds; None without a value).
 pybind11::list live(const DefinitionSet& definitions, const std::vector<std::string>& patterns);
 
 } // namespace inspection

@@ -70,6 +70,7 @@ PYBIND11_MODULE(_rksignal, module)
         .def(py::init(&startRun), py::arg("recordings"), py::arg("definitions"), py::arg("signals"),
              py::arg("all"), py::arg("triggers"), py::arg("edge"), py::arg("channels"), py::arg("timeout_ms"))
         .def("read", &DecodeRun::read, py::arg("max_rows"))
+        .def("count", &DecodeRun::count)
         .def("write", &DecodeRun::write, py::arg("path"), py::arg("format"))
         .def("summary", &DecodeRun::summary)
         .def("close", &DecodeRun::close);

@@ -9,7 +9,8 @@ import pandas as pd
 from . import _rksignal
 from ._rksignal import Definitions
 
-COLUMNS = ["time", "instance", "value", "unit", "description"]
+# LiveValue::State, in its order: as `rksignal watch` names the states.
+LIVE_STATES = ("valid", "no value", "locked", "ended")
 
 
 def load_definitions(paths):
@@ -90,6 +91,7 @@ def live(definitions, signals=None):
     rows = _rksignal.live(_definitions(definitions), _patterns(signals))
     frame = pd.DataFrame(rows, columns=["instance", "value", "unit", "description", "state", "timestamp"])
     frame["value"] = frame["value"].astype("float64")
+    frame["state"] = [LIVE_STATES[state] for state in frame["state"]]
     frame.insert(5, "time", pd.to_datetime(frame.pop("timestamp").astype("float64"), unit="us", utc=True))
     return frame
 
