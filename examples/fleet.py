@@ -27,7 +27,7 @@ def make_fleet(folder, vehicles=8):
         with open(os.path.join(folder, "vehicle%02d.log" % vehicle), "w") as out:
             for line in lines:
                 stamp, interface, frame = line.split()
-                ident, data = frame.split("#")
+                ident, data = frame.split("#", 1)
                 if ident == "200":  # VehicleDynamics: the speed in its first two bytes, big-endian, 0.01 km/h
                     raw = int.from_bytes(bytes.fromhex(data[:4]), "big")
                     raw = min(0xFFFF, raw * (20 + vehicle) // 20)
