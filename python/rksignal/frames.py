@@ -3,7 +3,6 @@ frames in chunks, and the wide form (one column per signal) analysis wants."""
 
 import os
 
-import numpy as np
 import pandas as pd
 
 from . import _rksignal
@@ -38,11 +37,16 @@ def iter_decode(recordings, definitions, signals=None, all=False, triggers=(), e
                 timeout_ms=0, chunk_rows=1_000_000):
     """The frames of decode(), at most ``chunk_rows`` rows each, decoded as
     they are asked for: memory stays bounded whatever the recordings' size.
-    The run holds the process's decoder until the generator ends or is
-    closed."""
+    Bad definitions or triggers and recordings that cannot be opened raise
+    here, at the call; the run holds the process's decoder until the
+    generator ends, is closed or is dropped."""
     if chunk_rows <= 0:
         raise ValueError("chunk_rows must be positive")
     run = _start(recordings, definitions, signals, all, triggers, edge, channels, timeout_ms)
+    return _chunks(run, chunk_rows)
+
+
+def _chunks(run, chunk_rows):
     try:
         while True:
             frame = _frame(run.read(chunk_rows))
@@ -58,15 +62,12 @@ def wide(frame):
     to the later times (TRIGGER and TIMEOUT rows left out). Several values of
     one instance at the same time keep the last."""
     signals = frame[~frame["instance"].isin(["TRIGGER", "TIMEOUT"])]
-    instances = signals["instance"].astype(str)
-    table = pd.DataFrame({"time": signals["time"].values, "instance": instances.values,
-                          "value": signals["value"].values})
+    table = pd.DataFrame({"time": signals["time"], "instance": signals["instance"].astype(str),
+                          "value": signals["value"]})
     table = table.drop_duplicates(["time", "instance"], keep="last")
     result = table.pivot(index="time", columns="instance", values="value").ffill()
-    result.index = pd.DatetimeIndex(result.index).tz_localize("UTC") if result.index.tz is None else result.index
-    ordered = list(dict.fromkeys(instances))
     result.columns.name = None
-    return result[ordered]
+    return result[list(dict.fromkeys(table["instance"]))]
 
 
 def check(expressions, definitions):

@@ -7,7 +7,6 @@ import subprocess
 import pytest
 
 import rksignal
-from conftest import example
 
 
 def test_check_and_events(vehicle):
