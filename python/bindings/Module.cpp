@@ -3,6 +3,7 @@
 #include "definitions/DefinitionFiles.h"
 #include "python/bindings/DecodeRun.h"
 #include "python/bindings/Inspection.h"
+#include "python/bindings/LibraryMessages.h"
 #include "python/bindings/PythonErrors.h"
 
 #include <pybind11/stl.h>
@@ -53,6 +54,7 @@ std::unique_ptr<DecodeRun> startRun(const std::vector<std::string>& recordings, 
 PYBIND11_MODULE(_rksignal, module)
 {
     module.doc() = "Decoding of vehicle recordings into columns (the C++ side of the rksignal package)";
+    LibraryMessages::install();
 
     py::class_<Definitions, std::shared_ptr<Definitions>>(module, "Definitions")
         .def(py::init(&readDefinitions), py::arg("files"))
