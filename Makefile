@@ -21,7 +21,7 @@ SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
 FUZZ_SANITIZE := -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
 FUZZ_ENGINE   := -fsanitize=fuzzer
 
-.PHONY: all bootstrap build test check bench fuzz demo demo-recordings demo-live install clean
+.PHONY: all bootstrap build test check bench fuzz demo demo-recordings demo-live demo-plot install clean
 
 all: build
 
@@ -55,7 +55,7 @@ bench: bootstrap
 fuzz:
 	@scripts/bootstrap.sh fuzz
 	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
-	  -DRKSIGNAL_FUZZ=ON -DRKSIGNAL_TESTS=OFF -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_EXAMPLES=OFF \
+	  -DRKSIGNAL_FUZZ=ON -DRKSIGNAL_TESTS=OFF -DRKSIGNAL_BENCH=OFF -DRKSIGNAL_EXAMPLES=OFF -DRKSIGNAL_PYTHON=OFF \
 	  "-DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link $(FUZZ_SANITIZE)" \
 	  "-DCMAKE_EXE_LINKER_FLAGS=$(FUZZ_SANITIZE)" "-DCMAKE_SHARED_LINKER_FLAGS=$(FUZZ_SANITIZE)" \
 	  "-DRKSIGNAL_FUZZ_ENGINE=$(FUZZ_ENGINE)"
@@ -70,7 +70,7 @@ demo: build
 	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
 	$(BUILD)/cli/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
 	  $(DEMO_TRIGGERS) examples/drive.log
-	@$(MAKE) --no-print-directory demo-recordings demo-live
+	@$(MAKE) --no-print-directory demo-recordings demo-live demo-plot
 
 # The same drive as a capture (Ethernet, CAN, FlexRay and LIN), an NMEA log
 # and trace lines of the logger's inputs, decoded together in time order.
@@ -97,6 +97,13 @@ demo-live:
 	$(RKSIGNAL) watch --defs examples/vehicle.dbc --once $(DEMO_SIGNALS) 2>/dev/null
 	@echo "== a writer without --keep takes the segments over and removes them when it ends"
 	$(RKSIGNAL) decode --defs examples/vehicle.dbc --shm --format none - </dev/null 2>/dev/null
+
+# The Python package (built into $(BUILD)/python) draws the drive's doors,
+# gears, engine state and speed, with the trigger times, into a PNG.
+demo-plot:
+	@echo "== python3 -m rksignal plot: the example drive into $(BUILD)/drive.png"
+	PYTHONPATH=$(BUILD)/python /usr/bin/python3 -m rksignal plot --defs examples/vehicle.dbc examples/drive.log \
+	  $(DEMO_SIGNALS) --signals 'VehicleDynamics.VehicleSpeed' $(DEMO_TRIGGERS) -o $(BUILD)/drive.png
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)

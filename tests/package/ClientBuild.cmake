@@ -53,6 +53,16 @@ elseif(STEP STREQUAL decode_client)
     -I${no_flex})
   decode_example(${WORK_DIR}/pc-decode-client)
 
+elseif(STEP STREQUAL python_package)
+  # The installed package, found by the system Python through PYTHONPATH
+  # alone: the extension finds librksignal-decode through its RPATH.
+  set(ENV{PYTHONPATH} ${prefix}/${PYTHON_INSTALL_DIR})
+  run(${PYTHON} -c "import rksignal\nframe = rksignal.decode('${EXAMPLES}/drive.log', '${EXAMPLES}/vehicle.dbc')\n\
+print(rksignal.__file__, len(frame), 'rows')")
+  if(NOT last_output MATCHES "^${prefix}/${PYTHON_INSTALL_DIR}/rksignal/__init__.py 2870 rows")
+    message(FATAL_ERROR "unexpected output of the installed package: ${last_output}")
+  endif()
+
 elseif(STEP STREQUAL headers)
   # The installed headers are exactly the umbrella headers (rksignal.h,
   # rksignal-decode.h, at the top) and those they include: an internal
