@@ -2,9 +2,11 @@
 
 #include "cli/CommandOptions.h"
 #include "cli/ToolMessages.h"
+#include "decode/DecodeStats.h"
 #include "decode/Decoder.h"
 #include "output/OutputFormats.h"
 #include "output/ProgressBar.h"
+#include "output/StatsReport.h"
 
 #include <unistd.h>
 
@@ -12,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 
 namespace rksignal {
@@ -48,6 +51,16 @@ Rows: time, instance, physical value, unit and value description of every
 signal whose value changed (with --all: of every write); TRIGGER rows when a
 trigger fires, at the latest time of its signals; TIMEOUT rows with --timeout.
 A summary goes to standard error.
+
+Quality report, with --stats (a table on standard error, before the summary)
+or --stats=FILE (JSON into FILE): per frame identifier (bus, channel,
+identifier) the frames, their mean rate and largest gap, frames too short for
+their signals, multiplexer values no branch is defined for, failed J1939
+transfers, and identifiers no definition names ("unknown"); per signal the
+writes, changes, minimum, maximum and time of the last write; and the
+signals never written.
+  rksignal decode --defs vehicle.dbc --format none --stats drive.log
+  rksignal decode --defs vehicle.dbc --stats=quality.json drive.log > rows.csv
 
 Exit status: 0 done, 1 a recording could not be read, 2 bad options,
 definitions or expressions.)";
@@ -94,6 +107,9 @@ CLI::App& DecodeCommand::add(CLI::App& app)
                                "VehicleDynamics.VehicleSpeed > 5' (repeatable)",
                                "EXPR");
     decode->add_flag("--edge", options_.edge, "Triggers fire on a rising edge instead of while true");
+    decode->add_flag("--stats{-}", statsFile_,
+                     "After decoding, a quality report per identifier and signal: a table on standard error, "
+                     "or with --stats=FILE JSON into FILE");
     decode->add_option("--timeout", options_.timeoutMs,
                        "Report signals without a new value for MS milliseconds of recording time")
         ->type_name("MS")
@@ -147,6 +163,7 @@ int DecodeCommand::run()
     options.speed = replaySpeed();
     options.beforeWaiting = [&out] { out.flush(); };
     options.rows = format && format->create;
+    options.stats = !statsFile_.empty();
     Decoder decoder(options);
 
     std::vector<std::string> warnings;
@@ -161,6 +178,11 @@ int DecodeCommand::run()
         ToolMessages::error("--format " + formatName + ": expected " + OutputFormats::namesText());
         return 2;
     }
+    std::ofstream statsJson;
+    if (options.stats && statsFile_ != "-" && (statsJson.open(statsFile_), !statsJson)) {
+        ToolMessages::error("--stats=" + statsFile_ + ": cannot be written");
+        return 2;
+    }
     std::unique_ptr<RowWriter> writer = options.rows ? format->create(out, decoder.longestShownInstance()) : nullptr;
     decoder.open();
     if (writer)
@@ -169,6 +191,12 @@ int DecodeCommand::run()
     decodeAll(decoder, writer.get());
     if (writer && !writer->finish())
         ToolMessages::error("writing the output failed");
+    if (const DecodeStats* stats = decoder.stats()) {
+        if (statsFile_ == "-")
+            StatsReport::writeTable(std::cerr, *stats);
+        else
+            StatsReport::writeJson(statsJson, *stats);
+    }
     summary(decoder, std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count());
     return decoder.report().failed() ? 1 : 0;
 }

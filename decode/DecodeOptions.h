@@ -32,6 +32,8 @@ struct DecodeOptions {
     bool loggerFraming = false;
     // False: decode only (values, shared memory, counts), hand out no rows.
     bool rows = true;
+    // Keep a DecodeStats of the run (Decoder::stats()).
+    bool stats = false;
 
     // Live replay: values in shared memory, keyed by instance name, left
     // there after the run with keepSegments (BaseSignal::detachOnly).

@@ -2,6 +2,7 @@
 
 #include "bus/EthernetSignal.h"
 #include "input/GPSSignal.h"
+#include "decode/DecodeStats.h"
 #include "decode/FrameTableClaim.h"
 #include "decode/ReplayPacer.h"
 #include "decode/SignalSet.h"
@@ -25,6 +26,7 @@ struct Decoder::State {
     bool mapChannels(std::string& error);
     bool build(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
     void decode(const RecordedMessage& message);
+    void count(const RecordedMessage& message, bool wroteSignals);
     void signalRow(SignalSet::Entry& entry);
     void triggerRow(size_t trigger);
     void checkTimeouts(uint64_t now);
@@ -44,6 +46,8 @@ struct Decoder::State {
     bool opened = false;
     const RecordedMessage* message = nullptr;
     DecodeCounts counts;
+    std::unique_ptr<DecodeStats> stats; // with options.stats
+    std::vector<size_t> fired;          // the triggers that fired on the last message
     std::vector<unsigned long> ids;
     std::vector<unsigned long> staleIds;
     std::set<unsigned long> stale;
@@ -84,7 +88,17 @@ bool Decoder::State::build(const DefinitionSet& definitions, std::vector<std::st
     signals = std::make_unique<SignalSet>(options.sharedMemory);
     signals->build(definitions, warnings);
     signals->select(options.signalPatterns);
-    return triggers.compile(options.triggers, options.edge, *signals, error);
+    if (options.stats) {
+        std::vector<std::string> instances;
+        for (size_t index = 0; index < signals->size(); ++index)
+            instances.push_back(signals->entry(index).instance);
+        stats = std::make_unique<DecodeStats>();
+        stats->setUp(definitions, std::move(instances));
+    }
+    if (!triggers.compile(options.triggers, options.edge, *signals, error))
+        return false;
+    fired.reserve(triggers.size());
+    return true;
 }
 
 // Every kind of message takes this one path: its decoder, then the rows of
@@ -93,7 +107,11 @@ void Decoder::State::decode(const RecordedMessage& message)
 {
     pacer.pace(message.timestamp());
     ++counts.frames;
-    if (!message.decode(ids, signals->storage()))
+    fired.clear();
+    const bool wroteSignals = message.decode(ids, signals->storage());
+    if (stats)
+        count(message, wroteSignals);
+    if (!wroteSignals)
         return;
     ++counts.framesWithSignals;
     counts.writes += ids.size();
@@ -109,11 +127,28 @@ void Decoder::State::decode(const RecordedMessage& message)
     }
     triggers.evaluate([this](size_t index) {
         ++counts.triggersFired;
+        fired.push_back(index);
         if (options.rows)
             triggerRow(index);
     });
     if (options.timeoutMs && message.timestamp() >= nextTimeoutCheck)
         checkTimeouts(message.timestamp());
+}
+
+void Decoder::State::count(const RecordedMessage& message, bool wroteSignals)
+{
+    stats->frame(message, wroteSignals);
+    if (!wroteSignals)
+        return;
+    for (unsigned long id : ids) {
+        SignalSet::Entry* entry = signals->find(id);
+        if (entry == nullptr)
+            continue;
+        double value = 0;
+        unsigned long timestamp = 0;
+        entry->signal->read(value, timestamp);
+        stats->written(signals->indexOf(*entry), value, timestamp, entry->signal->isModified());
+    }
 }
 
 DecodedRow& Decoder::State::addRow(DecodedRow::Kind kind, uint64_t time)
@@ -259,6 +294,21 @@ const RecordedMessage& Decoder::message() const
 const DecodeCounts& Decoder::counts() const
 {
     return state_->counts;
+}
+
+const std::vector<size_t>& Decoder::firedTriggers() const
+{
+    return state_->fired;
+}
+
+const std::string& Decoder::triggerExpression(size_t index) const
+{
+    return state_->triggers.expression(index);
+}
+
+const DecodeStats* Decoder::stats() const
+{
+    return state_->stats.get();
 }
 
 const RecordingReport& Decoder::report() const

@@ -43,6 +43,7 @@
 namespace rksignal {
 
 struct DefinitionSet;
+class DecodeStats;
 
 struct DecodeCounts {
     uint64_t frames = 0;            // messages read
@@ -93,6 +94,12 @@ public:
     // The message of the last decodeNext() that returned true.
     const RecordedMessage& message() const;
     const DecodeCounts& counts() const;
+    // The triggers (indexes in the order given) that fired on the last
+    // message, whether or not rows are handed out, and their texts.
+    const std::vector<size_t>& firedTriggers() const;
+    const std::string& triggerExpression(size_t index) const;
+    // The quality counts of the run with DecodeOptions::stats; null without.
+    const DecodeStats* stats() const;
     const RecordingReport& report() const;
     // For a progress display: bytes of the recordings read so far, and
     // their size (0 when unknown, as for a pipe).

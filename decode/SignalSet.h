@@ -40,6 +40,7 @@ public:
     SignalStorage& storage() { return storage_; }
     size_t size() const { return entries_.size(); }
     Entry& entry(size_t index) { return entries_[index]; }
+    size_t indexOf(const Entry& entry) const { return size_t(&entry - entries_.data()); }
 
     // The entry of a registered identifier, or null.
     Entry* find(unsigned long id)
