@@ -9,19 +9,19 @@ std::unique_ptr<RowWriter> CsvRowWriter::create(OutputBuffer& out, size_t)
 
 void CsvRowWriter::begin() { out_.append("time,instance,value,unit,description\n"); }
 
-void CsvRowWriter::field(std::string_view text)
+void CsvRowWriter::field(OutputBuffer& out, std::string_view text)
 {
     if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
-        out_.append(text);
+        out.append(text);
         return;
     }
-    out_.append('"');
+    out.append('"');
     for (char c : text) {
         if (c == '"')
-            out_.append('"');
-        out_.append(c);
+            out.append('"');
+        out.append(c);
     }
-    out_.append('"');
+    out.append('"');
 }
 
 void CsvRowWriter::signalRow(const SignalRow& row)

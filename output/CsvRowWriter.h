@@ -23,8 +23,11 @@ public:
     void timeoutRow(uint64_t time, std::string_view instance) override;
     bool finish() override { return out_.flush(); }
 
+    // Appends one field, quoted when it must be.
+    static void field(OutputBuffer& out, std::string_view text);
+
 private:
-    void field(std::string_view text);
+    void field(std::string_view text) { field(out_, text); }
     void markerRow(uint64_t time, std::string_view marker, std::string_view text);
 
     OutputBuffer& out_;

@@ -20,6 +20,33 @@ std::string fileName(const std::string& path)
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// The NAME of `--channel NAME=N`: a file, "FILE#I" (interface I of a
+// capture), or a candump interface.
+struct ChannelName {
+    explicit ChannelName(const std::string& name)
+    {
+        const size_t hash = name.rfind('#');
+        const std::string number = hash == std::string::npos ? std::string() : name.substr(hash + 1);
+        numbered = !number.empty() && number.size() <= 9 && number.find_first_not_of("0123456789") == std::string::npos;
+        file = numbered ? name.substr(0, hash) : name;
+        interface = numbered ? uint32_t(std::stoul(number)) : 0;
+    }
+
+    std::string file;
+    bool numbered = false;
+    uint32_t interface = 0;
+};
+
+// The captures among `recordings` that `file` names, as given or by file name.
+std::vector<std::string> capturesNamed(const std::string& file, const std::vector<std::string>& recordings)
+{
+    std::vector<std::string> captures;
+    for (const std::string& path : recordings)
+        if ((path == file || fileName(path) == file) && RecordingFormats::of(path).channelPerFile)
+            captures.push_back(path);
+    return captures;
+}
+
 } // namespace
 
 struct RecordingFiles::State {
@@ -56,23 +83,28 @@ bool RecordingFiles::parseChannelMap(const std::string& text, std::string& name,
 
 void RecordingFiles::mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings)
 {
-    // "FILE#N": interface N of a capture.
-    const size_t hash = name.rfind('#');
-    const std::string interface = hash == std::string::npos ? std::string() : name.substr(hash + 1);
-    const bool numbered = !interface.empty() && interface.size() <= 9 &&
-                          interface.find_first_not_of("0123456789") == std::string::npos;
-    const std::string file = numbered ? name.substr(0, hash) : name;
-    bool mapped = false;
-    for (const std::string& path : recordings)
-        if ((path == file || fileName(path) == file) && RecordingFormats::of(path).channelPerFile) {
-            if (numbered)
-                state_->interfaceChannels[path][uint32_t(std::stoul(interface))] = channel;
-            else
-                state_->fileChannels[path] = channel;
-            mapped = true;
-        }
-    if (!mapped)
+    const ChannelName named(name);
+    const std::vector<std::string> captures = capturesNamed(named.file, recordings);
+    for (const std::string& path : captures)
+        if (named.numbered)
+            state_->interfaceChannels[path][named.interface] = channel;
+        else
+            state_->fileChannels[path] = channel;
+    if (captures.empty())
         state_->candump.mapInterface(name, channel);
+}
+
+std::map<uint8_t, std::string> RecordingFiles::interfaceNames(const std::vector<std::string>& channelMaps,
+                                                              const std::vector<std::string>& recordings)
+{
+    std::map<uint8_t, std::string> names;
+    for (const std::string& map : channelMaps) {
+        std::string name;
+        uint8_t channel = 0;
+        if (parseChannelMap(map, name, channel) && capturesNamed(ChannelName(name).file, recordings).empty())
+            names[channel] = name;
+    }
+    return names;
 }
 
 void RecordingFiles::useFlexRaySegments(const DefinitionSet& definitions)

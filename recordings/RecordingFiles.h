@@ -15,6 +15,7 @@
 #include "recordings/RecordingReport.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -43,6 +44,11 @@ public:
     // (default: the capture's channel + I); otherwise candump interface NAME
     // gets channel N.
     void mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings);
+    // The candump interface names that `--channel NAME=N` maps give the
+    // channels (the maps that name no capture among `recordings`), for
+    // writing candump logs with the names read; bad maps are left out.
+    static std::map<uint8_t, std::string> interfaceNames(const std::vector<std::string>& channelMaps,
+                                                         const std::vector<std::string>& recordings);
     // Takes the static FlexRay slots from the definitions' positions.
     void useFlexRaySegments(const DefinitionSet& definitions);
 
