@@ -3,6 +3,11 @@
 #include "ToolProcess.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+#include <fstream>
 
 #include <string>
 
@@ -129,4 +134,55 @@ TEST(DecodeCommand, BadLinesOfEveryRecordingShareTheCountAndTheFirstTen)
     EXPECT_NE(result.output.find("0 frames read, 0 with signals, 0 signal writes, 0 triggers fired, 13 bad lines, "
                                  "1 bad packets; "),
               std::string::npos);
+}
+
+// A recording with a gap, a short frame and an unknown identifier: the
+// quality report counts each, lists the signal never written, and leaves the
+// summary line as the last line.
+TEST(DecodeCommand, StatsCountGapsShortFramesAndUnknownIdentifiers)
+{
+    const std::string defs =
+        writeTestFile("stats.dbc", std::string(dbc) + "BO_ 512 Other: 1 X\n SG_ O : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    const std::string log = writeTestFile("stats.log", "(1.000000) can0 100#1400000000000000\n"
+                                                       "(1.050000) can0 7FF#00\n"
+                                                       "(1.100000) can0 100#1400000000000000\n"
+                                                       "(1.200000) can0 100#C800000000000000\n"
+                                                       "(1.500000) can0 7FF#00\n"
+                                                       "(1.550000) can0 7FF#00\n"
+                                                       "(2.000000) can0 100#2800010000000000\n"
+                                                       "(2.100000) can0 100#01\n");
+    const std::string json = testing::TempDir() + "rksignal_stats_" + std::to_string(getpid()) + ".json";
+    ToolResult result = runTool("decode --defs " + defs + " --format none --stats=" + json + " " + log + " 2>&1");
+    EXPECT_EQ(result.status, 0);
+    std::ifstream in(json);
+    const nlohmann::json report = nlohmann::json::parse(in, nullptr, false);
+    ASSERT_TRUE(report.is_object()) << result.output;
+    ASSERT_EQ(report["identifiers"].size(), 2u);
+    const nlohmann::json& speed = report["identifiers"][0];
+    EXPECT_EQ(speed["id"], "100");
+    EXPECT_EQ(speed["frames"], 5);
+    EXPECT_EQ(speed["known"], true);
+    EXPECT_DOUBLE_EQ(speed["largestGap"].get<double>(), 0.8);
+    EXPECT_DOUBLE_EQ(speed["meanRate"].get<double>(), 4 / 1.1);
+    EXPECT_EQ(speed["shortFrames"], 1);
+    const nlohmann::json& unknown = report["identifiers"][1];
+    EXPECT_EQ(unknown["id"], "7FF");
+    EXPECT_EQ(unknown["known"], false);
+    EXPECT_DOUBLE_EQ(unknown["largestGap"].get<double>(), 0.45);
+    EXPECT_EQ(report["unknownFrames"], 3);
+    ASSERT_EQ(report["signals"].size(), 2u);
+    const nlohmann::json& value = report["signals"][0];
+    EXPECT_EQ(value["instance"], "Speed.Value");
+    EXPECT_EQ(value["writes"], 4); // the short frame did not bring its bits
+    EXPECT_EQ(value["changes"], 3);
+    EXPECT_EQ(value["minimum"], 10);
+    EXPECT_EQ(value["maximum"], 100);
+    EXPECT_EQ(value["lastTime"], "1970-01-01 00:00:02.000000");
+    EXPECT_EQ(report["signals"][1]["changes"], 2);
+    EXPECT_EQ(report["neverWritten"], nlohmann::json::array({"Other.O"}));
+
+    ToolResult table = runTool("decode --defs " + defs + " --format none --stats " + log + " 2>&1");
+    EXPECT_NE(table.output.find("CAN 1 7FF                       3"), std::string::npos) << table.output;
+    EXPECT_NE(table.output.find("never written: Other.O\nrksignal: 8 frames read"), std::string::npos)
+        << table.output;
 }
