@@ -19,6 +19,7 @@
 #include "trace/SystemUsageMessage.h"
 
 #include "signal/BaseSignal.h"
+#include "signal/FrameTableEdits.h"
 #include "signal/MessageSink.h"
 #include "signal/SignalDefinition.h"
 #include "signal/SignalSlot.h"

@@ -12,45 +12,28 @@ OutputBuffer::OutputBuffer(int fd, size_t capacity) : fd_(fd), buffer_(capacity 
 
 OutputBuffer::~OutputBuffer() { flush(); }
 
-void OutputBuffer::reserve(size_t bytes)
+void OutputBuffer::makeRoom(size_t bytes)
 {
-    if (used_ + bytes > buffer_.size())
-        flush();
+    flush();
     if (bytes > buffer_.size())
         buffer_.resize(bytes);
 }
 
-void OutputBuffer::append(std::string_view text)
-{
-    if (text.empty()) // an empty view may hold no pointer at all, which memcpy must not get
-        return;
-    reserve(text.size());
-    std::memcpy(buffer_.data() + used_, text.data(), text.size());
-    used_ += text.size();
-}
-
-void OutputBuffer::append(char c)
-{
-    reserve(1);
-    buffer_[used_++] = c;
-}
-
 void OutputBuffer::appendUnsigned(uint64_t value)
 {
-    reserve(20);
-    used_ = size_t(std::to_chars(buffer_.data() + used_, buffer_.data() + buffer_.size(), value).ptr - buffer_.data());
+    char* start = room(20);
+    used_ += size_t(std::to_chars(start, start + 20, value).ptr - start);
 }
 
 void OutputBuffer::appendDouble(double value)
 {
-    reserve(32);
-    used_ = size_t(std::to_chars(buffer_.data() + used_, buffer_.data() + buffer_.size(), value).ptr - buffer_.data());
+    char* start = room(32);
+    used_ += size_t(std::to_chars(start, start + 32, value).ptr - start);
 }
 
 void OutputBuffer::appendPadding(size_t count, char fill)
 {
-    reserve(count);
-    std::memset(buffer_.data() + used_, fill, count);
+    std::memset(room(count), fill, count);
     used_ += count;
 }
 

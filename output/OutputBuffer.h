@@ -1,9 +1,11 @@
 // OutputBuffer: a large write buffer in front of a file descriptor, with the
 // number formatting the decoder's rows need. Nothing here allocates once the
-// buffer exists.
+// buffer exists. The appends are inline: a row is a dozen of them, and all
+// but the one in a buffer's worth that flushes only copy.
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -16,8 +18,18 @@ public:
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
 
-    void append(std::string_view text);
-    void append(char c);
+    void append(std::string_view text)
+    {
+        if (text.empty()) // an empty view may hold no pointer at all, which memcpy must not get
+            return;
+        std::memcpy(room(text.size()), text.data(), text.size());
+        used_ += text.size();
+    }
+    void append(char c)
+    {
+        *room(1) = c;
+        ++used_;
+    }
     void appendUnsigned(uint64_t value);
     // The shortest text that reads back as the same double.
     void appendDouble(double value);
@@ -27,7 +39,14 @@ public:
     bool failed() const { return failed_; }
 
 private:
-    void reserve(size_t bytes);
+    // Where the next `bytes` go, flushing first when they do not fit.
+    char* room(size_t bytes)
+    {
+        if (used_ + bytes > buffer_.size())
+            makeRoom(bytes);
+        return buffer_.data() + used_;
+    }
+    void makeRoom(size_t bytes);
 
     int fd_;
     std::vector<char> buffer_;

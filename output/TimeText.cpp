@@ -9,6 +9,10 @@ namespace rksignal {
 
 std::string_view TimeText::format(uint64_t microseconds)
 {
+    // The rows of one message share its time: all but the first reuse the text.
+    if (microseconds == cachedMicroseconds_ && cachedSecond_ != UINT64_MAX)
+        return std::string_view(text_, secondsLength_ + 7);
+    cachedMicroseconds_ = microseconds;
     const uint64_t second = microseconds / 1000000u;
     if (second != cachedSecond_) {
         // The library's own form, so rows read exactly like its messages.

@@ -15,6 +15,7 @@ public:
 
 private:
     uint64_t cachedSecond_ = UINT64_MAX;
+    uint64_t cachedMicroseconds_ = UINT64_MAX;
     char text_[48] = {};
     size_t secondsLength_ = 0;
 };
