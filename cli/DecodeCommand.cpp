@@ -156,8 +156,10 @@ int DecodeCommand::run()
     }
     std::unique_ptr<RowWriter> writer = options.rows ? format->create(out, decoder.longestShownInstance()) : nullptr;
     decoder.open();
-    if (writer)
+    if (writer) {
+        writer->sources = decoder.hasSources();
         writer->begin();
+    }
     const auto started = std::chrono::steady_clock::now();
     decodeAll(decoder, writer.get());
     if (writer && !writer->finish())
@@ -192,6 +194,13 @@ void DecodeCommand::summary(const Decoder& decoder, double seconds)
                   (unsigned long long)report.badLines(), packets, seconds,
                   seconds > 0 ? double(counts.frames) / seconds : 0.0);
     std::cerr << text;
+    if (counts.shortFrames || counts.transportErrors) {
+        std::snprintf(text, sizeof text,
+                      "rksignal: %llu short frames (signals beyond the bytes received got no value), "
+                      "%llu J1939 transfers incomplete\n",
+                      (unsigned long long)counts.shortFrames, (unsigned long long)counts.transportErrors);
+        std::cerr << text;
+    }
 }
 
 } // namespace rksignal

@@ -97,6 +97,17 @@ public:
 
     static int debug;
     static bool detachOnly;
+    // false (the default): a CAN or LIN frame shorter than a signal's field
+    // still writes the signal, its missing bytes read as zeros. true: the
+    // classic CAN and LIN decoders skip (neither write nor report) a signal
+    // whose bits lie beyond the bytes received, as CAN FD byte ranges are.
+    static bool onlyReceivedBits;
+    // The number of leading payload bytes the field of the first eight
+    // bytes needs; 0 when it lies wholly beyond them.
+    unsigned fieldBytes() const
+    {
+        return d_rawMask == 0 ? 0u : unsigned(63 - __builtin_clzll(d_rawMask)) / 8 + 1;
+    }
     static unsigned long instanceCounter;
     static SignalStorage defSignalStorage;
 
