@@ -59,11 +59,11 @@ struct Frame {
 struct Step : PlannedSignal<CANSignal> {
     explicit Step(CANSignal* s)
         : PlannedSignal(s), plainClassic(direct && !s->d_layout.canFD && !s->d_layout.multiplexer),
-          classicBytes(uint8_t(s->fieldBytes()))
+          classicBytes(uint16_t(std::min(s->fieldBytes(), 0xffffu)))
     {
     }
     bool plainClassic;
-    uint8_t classicBytes; // leading payload bytes a classic field needs
+    uint16_t classicBytes; // leading payload bytes a classic field needs
 };
 
 FramePlan<Step> plan;

@@ -396,8 +396,10 @@ private:
             const std::string signalName = expectIdentifier(cursor, line, "signal name in BA_");
             std::string longName;
             DbcSignal* signal = findSignal(rawId, signalName);
-            if (cursor.readQuoted(longName) && signal && !longName.empty())
+            if (cursor.readQuoted(longName) && signal && !longName.empty()) {
+                toUtf8(longName, line);
                 signal->longName = longName;
+            }
             return;
         }
         if ((name != "VFrameFormat" && name != "SystemMessageLongSymbol") || !cursor.consumeWord("BO_"))
@@ -406,8 +408,10 @@ private:
         if (name == "SystemMessageLongSymbol") {
             std::string longName;
             const auto entry = byId_.find(rawId);
-            if (cursor.readQuoted(longName) && entry != byId_.end() && !longName.empty())
+            if (cursor.readQuoted(longName) && entry != byId_.end() && !longName.empty()) {
+                toUtf8(longName, line);
                 db_.messages[entry->second].longName = longName;
+            }
             return;
         }
         const uint64_t format = expectUnsigned<uint64_t>(cursor, line, "frame format number", 0xffff);

@@ -102,11 +102,17 @@ public:
     // classic CAN and LIN decoders skip (neither write nor report) a signal
     // whose bits lie beyond the bytes received, as CAN FD byte ranges are.
     static bool onlyReceivedBits;
-    // The number of leading payload bytes the field of the first eight
-    // bytes needs; 0 when it lies wholly beyond them.
+    // The number of leading payload bytes the field needs (its byte of
+    // highest index, plus one), beyond the first eight too.
     unsigned fieldBytes() const
     {
-        return d_rawMask == 0 ? 0u : unsigned(63 - __builtin_clzll(d_rawMask)) / 8 + 1;
+        if (def.bits == 0)
+            return 0;
+        if (!def.endian)
+            return (unsigned(def.startbit) + def.bits - 1u) / 8u + 1u;
+        // Big endian: the least significant bit lies in the byte of highest index.
+        const unsigned msb = (def.startbit & ~7u) + 7u - (def.startbit & 7u);
+        return (msb + def.bits - 1u) / 8u + 1u;
     }
     static unsigned long instanceCounter;
     static SignalStorage defSignalStorage;

@@ -108,26 +108,10 @@ def canmatrix_decodes(frame):
         return False
 
 
-def short_names(dbc_path):
-    """Frame name -> the signal names as the DBC writes them, in order.
-    canmatrix replaces them by their SystemSignalLongSymbol attribute where
-    one is given; rksignal keeps the SG_ names."""
-    names, frame = {}, None
-    for line in open(dbc_path, encoding="utf-8", errors="replace"):
-        words = line.split()
-        if words[:1] == ["BO_"]:
-            frame = words[2].rstrip(":")
-            names[frame] = []
-        elif words[:1] == ["SG_"] and frame is not None:
-            names[frame].append(words[1])
-    return names
-
-
 def canmatrix_values(dbc_path, log_text):
     """(time text, instance) -> physical value, as canmatrix decodes them."""
-    db = canmatrix.formats.loadp_flat(dbc_path)
+    db = canmatrix.formats.loadp_flat(dbc_path, dbcImportEncoding="utf-8")
     by_id = {(f.arbitration_id.id, f.arbitration_id.extended): f for f in db.frames}
-    dbc_names = short_names(dbc_path)
     values = {}
     for line in log_text.splitlines():
         stamp, _, frame = line.split(" ")
@@ -139,12 +123,13 @@ def canmatrix_values(dbc_path, log_text):
         data = bytes.fromhex(data_text)
         time = stamp.strip("()")
         decoded = frame_def.decode(data)
-        for index, signal in enumerate(frame_def.signals):
+        for signal in frame_def.signals:
             # rksignal skips signals of more than 64 bits (text fields) and
             # keeps only the first of two signals of one name in a frame.
             if signal.name not in decoded or signal.size > 64:
                 continue
-            instance = (time, frame_def.name + "." + dbc_names[frame_def.name][index])
+            # Both take the names of the SystemSignalLongSymbol attributes.
+            instance = (time, frame_def.name + "." + signal.name)
             if instance not in values:
                 values[instance] = float(decoded[signal.name].phys_value)
     return values
