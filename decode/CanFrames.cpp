@@ -21,9 +21,31 @@ void CanFrames::addPlain(const CANSignal& signal)
     mostNeeded_ = std::max(mostNeeded_, needed);
 }
 
-void CanFrames::addBranch(CANSignal& signal, CANSignal& multiplexer, Ranges ranges)
+CanFrames::Realigned CanFrames::realign(const canSignalDef_t& def, canSignalDef_t& aligned)
 {
-    frames_[keyOf(signal.definition)].branches.push_back(Branch{&signal, &multiplexer, std::move(ranges)});
+    aligned = def;
+    canSignalDef_t probe = def;
+    Realigned realigned;
+    if (!def.canFD || def.pduId || def.bits != 64 || CANSignal::checkSignalDefinition(probe))
+        return realigned;
+    unsigned lsb = def.startbit;
+    unsigned first = lsb / 8;
+    if (def.endian) {
+        const unsigned msb = (def.startbit & ~7u) + 7u - (def.startbit & 7u);
+        const unsigned last = msb + 63u;
+        lsb = (last & ~7u) + 7u - (last & 7u);
+        first = msb / 8;
+    }
+    if (first + 9 > sizeof(CANExtTraceMessage::payload))
+        return realigned;
+    realigned = Realigned{true, def.endian, uint8_t(first), uint8_t(lsb % 8)};
+    aligned.startbit = def.endian ? 7 : 0;
+    return realigned;
+}
+
+void CanFrames::addBranch(CANSignal& signal, CANSignal* multiplexer, Ranges ranges, Realigned realigned)
+{
+    frames_[keyOf(signal.definition)].branches.push_back(Branch{&signal, multiplexer, std::move(ranges), realigned});
     anyBranches_ = true;
 }
 
@@ -48,6 +70,8 @@ void CanFrames::finish()
 
 bool CanFrames::selected(const Branch& branch, const std::vector<unsigned long>& ids)
 {
+    if (branch.multiplexer == nullptr)
+        return true;
     // The multiplexer counts only when this frame wrote it (it may itself be
     // a branch not taken, or lie beyond the bytes received).
     if (std::find(ids.begin(), ids.end(), branch.multiplexer->id) == ids.end())
@@ -63,9 +87,31 @@ bool CanFrames::selected(const Branch& branch, const std::vector<unsigned long>&
     return false;
 }
 
-bool CanFrames::write(CANSignal& signal, const CANExtTraceMessage& frame)
+bool CanFrames::writeRealigned(const Branch& branch, const CANExtTraceMessage& frame, unsigned received)
+{
+    const Realigned& realigned = branch.realigned;
+    if (received < realigned.firstByte + 9u)
+        return false;
+    // The nine bytes as one number, least significant byte first.
+    unsigned __int128 window = 0;
+    for (unsigned i = 0; i < 9; ++i) {
+        const unsigned index = realigned.bigEndian ? realigned.firstByte + 8 - i : realigned.firstByte + i;
+        window |= static_cast<unsigned __int128>(frame.payload[index]) << (8 * i);
+    }
+    const uint64_t raw = static_cast<uint64_t>(window >> realigned.shift);
+    unsigned char aligned[8];
+    for (unsigned i = 0; i < 8; ++i)
+        aligned[realigned.bigEndian ? 7 - i : i] = static_cast<unsigned char>(raw >> (8 * i));
+    branch.signal->write(aligned, sizeof aligned, frame.timestamp);
+    return true;
+}
+
+bool CanFrames::write(const Branch& branch, const CANExtTraceMessage& frame)
 {
     const unsigned received = std::min<unsigned>(frame.length, sizeof frame.payload);
+    if (branch.realigned.on)
+        return writeRealigned(branch, frame, received);
+    CANSignal& signal = *branch.signal;
     const CANSignal::FrameLayout& layout = signal.d_layout;
     if (layout.canFD) {
         if (layout.hasPduId || received < unsigned(layout.startByte) + layout.numBytes)
@@ -93,7 +139,7 @@ bool CanFrames::complete(const CANExtTraceMessage& frame, std::vector<unsigned l
     for (const Branch& branch : known.branches) {
         if (!selected(branch, ids))
             continue;
-        if (write(*branch.signal, frame))
+        if (write(branch, frame))
             ids.push_back(branch.signal->id);
         else
             cut = true;

@@ -25,11 +25,26 @@ class CanFrames {
 public:
     using Ranges = std::vector<std::pair<uint64_t, uint64_t>>;
 
+    // A 64-bit CAN FD field that does not start on a byte boundary spans
+    // nine bytes, more than a signal of the library decodes: the tool builds
+    // the signal over eight bytes aligned to the field (little endian from
+    // bit 0, big endian from bit 7) and hands it those bytes, cut out of the
+    // frame here.
+    struct Realigned {
+        bool on = false;
+        bool bigEndian = false;
+        uint8_t firstByte = 0; // of the nine, in payload order
+        uint8_t shift = 0;     // of the field's least significant bit in its byte
+    };
+    // Realignment of a definition that needs it (`on` false for the others);
+    // `aligned` gets the definition the signal is built from.
+    static Realigned realign(const canSignalDef_t& def, canSignalDef_t& aligned);
+
     // A signal the library decodes from its frame.
     void addPlain(const CANSignal& signal);
-    // A multiplexed signal, written when `multiplexer` was written by the
-    // same frame and its raw value lies in one of `ranges`.
-    void addBranch(CANSignal& signal, CANSignal& multiplexer, Ranges ranges);
+    // A signal the tool writes: when `multiplexer` (if any) was written by
+    // the same frame and its raw value lies in one of `ranges`.
+    void addBranch(CANSignal& signal, CANSignal* multiplexer, Ranges ranges, Realigned realigned);
     // Orders each frame's branches so that a multiplexer's own branch is
     // decided before the branches it selects. Call once all are added.
     void finish();
@@ -49,8 +64,9 @@ public:
 private:
     struct Branch {
         CANSignal* signal;
-        CANSignal* multiplexer;
+        CANSignal* multiplexer; // null: always written
         Ranges ranges;
+        Realigned realigned;
     };
     struct Frame {
         // Bytes needed by the signals the library decodes: CAN FD ranges are
@@ -70,7 +86,8 @@ private:
     static unsigned bytesNeeded(const CANSignal& signal);
     static bool selected(const Branch& branch, const std::vector<unsigned long>& ids);
     // Writes a branch's signal; false when its bits were not all received.
-    static bool write(CANSignal& signal, const CANExtTraceMessage& frame);
+    static bool write(const Branch& branch, const CANExtTraceMessage& frame);
+    static bool writeRealigned(const Branch& branch, const CANExtTraceMessage& frame, unsigned received);
 
     std::unordered_map<uint64_t, Frame> frames_;
     // Frames at least this long with no branches need no look at all.

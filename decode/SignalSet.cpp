@@ -78,9 +78,12 @@ void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector
         if constexpr (std::is_same_v<Signal, CANSignal>) {
             // The tool selects branches itself (fileCan): the library's
             // second stage would only look up keys the tool never files.
-            Definition plain = definition;
+            Definition plain;
+            const CanFrames::Realigned realigned = CanFrames::realign(definition, plain);
             plain.multiplexer = 0;
             signal = std::make_unique<Signal>(plain, sharedMemory_, &storage_);
+            if (realigned.on)
+                realigned_.emplace(signal.get(), realigned);
         } else {
             signal = std::make_unique<Signal>(definition, sharedMemory_, &storage_);
         }
@@ -107,8 +110,14 @@ void SignalSet::fileCan(const DefinitionSet& definitions, std::vector<std::strin
             continue;
         const canSignalDef_t& def = signal->definition;
         const uint64_t frameKey = CANSignal::canKey(def.tslId, def.channel, def.msgId, def.extended, def.canFD);
-        if (def.multiplexed) {
+        const auto realigned = realigned_.find(signal);
+        if (def.multiplexed || realigned != realigned_.end())
             Frames::removeFirst(CANSignal::canContainer, frameKey, signal);
+        if (!def.multiplexed && realigned != realigned_.end()) {
+            canFrames_.addBranch(*signal, nullptr, {}, realigned->second);
+            continue;
+        }
+        if (def.multiplexed) {
             const auto branch = branches.find(def.instance);
             fileBranch(*signal, branch == branches.end() ? nullptr : branch->second, definitions, problems);
             continue;
@@ -143,8 +152,10 @@ void SignalSet::fileBranch(CANSignal& signal, const CanBranch* branch, const Def
         problems.push_back(def.instance + ": multiplexed, but its frame has no multiplexer; not decoded");
         return;
     }
-    canFrames_.addBranch(signal, *multiplexer,
-                         branch ? branch->ranges : CanFrames::Ranges{{uint64_t(def.mux), uint64_t(def.mux)}});
+    const auto realigned = realigned_.find(&signal);
+    canFrames_.addBranch(signal, multiplexer,
+                         branch ? branch->ranges : CanFrames::Ranges{{uint64_t(def.mux), uint64_t(def.mux)}},
+                         realigned == realigned_.end() ? CanFrames::Realigned{} : realigned->second);
 }
 
 void SignalSet::build(const DefinitionSet& definitions, std::vector<std::string>& problems)

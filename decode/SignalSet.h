@@ -14,6 +14,7 @@
 #include "decode/CanFrames.h"
 #include "definitions/DefinitionSet.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -85,6 +86,7 @@ private:
     unsigned long firstNumber_ = 0;
     std::vector<int32_t> byNumber_;
     CanFrames canFrames_;
+    std::map<const CANSignal*, CanFrames::Realigned> realigned_; // while building
     std::vector<std::string> sourcePatterns_;
     std::string withSource_; // instance "@" source, matched against sourcePatterns_
 };
