@@ -81,12 +81,17 @@ CLI::App& DecodeCommand::add(CLI::App& app)
         ->check(CLI::IsMember(OutputFormats::names()));
     decode->add_flag("--all", options_.allWrites, "A row for every write, not only for changed values");
     CommandOptions::repeatable(*decode, "--signals", options_.signalPatterns,
-                               "Only rows of instances matching the glob, e.g. 'Engine*' (repeatable)", "PATTERN");
+                               "Only rows of instances matching the glob, e.g. 'Engine*', or of one J1939 "
+                               "sender, e.g. 'EEC1.*@0' (repeatable)",
+                               "PATTERN");
     CommandOptions::repeatable(*decode, "--trigger", options_.triggers,
                                "Trigger expression over instance names, e.g. 'Doors.DoorFL == 1 && "
                                "VehicleDynamics.VehicleSpeed > 5' (repeatable)",
                                "EXPR");
     decode->add_flag("--edge", options_.edge, "Triggers fire on a rising edge instead of while true");
+    decode->add_flag("--zero-fill", options_.zeroFillShortFrames,
+                     "Decode signals whose bits a short CAN or LIN frame did not bring, with zeros for them "
+                     "(default: no value, counted as short frames)");
     decode->add_option("--timeout", options_.timeoutMs,
                        "Report signals without a new value for MS milliseconds of recording time")
         ->type_name("MS")
