@@ -133,6 +133,9 @@ bool Decoder::State::decodeFrame(const RecordedMessage& message)
     source = -1;
     if (message.kind == RecordedMessage::Can)
         return decodeCan(message.can);
+    if (message.kind == RecordedMessage::Lin && BaseSignal::onlyReceivedBits &&
+        signals->linFrameShort(message.lin.channel, message.lin.protectedId, message.lin.data.size()))
+        ++counts.shortFrames;
     return message.decode(ids, signals->storage());
 }
 

@@ -94,6 +94,10 @@ void SignalSet::buildAll(const std::vector<Definition>& definitions, std::vector
                                "its frame or byte range, or unknown predefined name); not decoded");
             continue;
         }
+        if constexpr (std::is_same_v<Signal, LINSignal>) {
+            unsigned& needed = linBytes_[uint16_t(definition.channel << 8 | (definition.msgId & 63))];
+            needed = std::max(needed, signal->fieldBytes());
+        }
         signals_.push_back(std::move(signal));
     }
 }

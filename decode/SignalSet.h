@@ -15,6 +15,7 @@
 #include "definitions/DefinitionSet.h"
 
 #include <map>
+#include <unordered_map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,6 +67,13 @@ public:
     static bool selected(const std::vector<std::string>& patterns, const std::string& instance);
     size_t longestShownInstance() const;
     CanFrames& canFrames() { return canFrames_; }
+    // Whether a LIN frame of `bytes` data bytes lacks bits a signal filed
+    // under its channel and identifier needs.
+    bool linFrameShort(uint8_t channel, uint8_t protectedId, size_t bytes) const
+    {
+        const auto entry = linBytes_.find(uint16_t(channel << 8 | (protectedId & 63)));
+        return entry != linBytes_.end() && bytes < entry->second;
+    }
 
 private:
     // Identifiers are a kind bit plus the running number; the kind bits
@@ -86,6 +94,7 @@ private:
     unsigned long firstNumber_ = 0;
     std::vector<int32_t> byNumber_;
     CanFrames canFrames_;
+    std::unordered_map<uint16_t, unsigned> linBytes_; // channel and identifier -> bytes needed
     std::map<const CANSignal*, CanFrames::Realigned> realigned_; // while building
     std::vector<std::string> sourcePatterns_;
     std::string withSource_; // instance "@" source, matched against sourcePatterns_

@@ -241,3 +241,27 @@ BA_ "VFrameFormat" BO_ 2566841088 3;
     fromOne.signalPatterns = {"Long.*@85"};
     EXPECT_EQ(decode(dbc, log, fromOne).values, (Values{{"Long.Last@85", {0x5678}}}));
 }
+
+// LIN signals whose bytes a frame did not bring get no value either.
+TEST(DbcDecode, ShortLinFramesLeaveSignalsWithoutValue)
+{
+    const std::string base = testing::TempDir() + "/lin-short-" + std::to_string(getpid());
+    std::ofstream(base + ".json") << R"({"lin": [
+        {"instance": "Rain.Low", "signal": "Low", "channel": 1, "msgId": 33, "startbit": 0, "bits": 8},
+        {"instance": "Rain.High", "signal": "High", "channel": 1, "msgId": 33, "startbit": 8, "bits": 8}]})";
+    std::ofstream(base + ".trace") << "(1000.000000) LIN 1 21 07\n(1001.000000) LIN 1 21 0809\n";
+    DecodeOptions options;
+    options.recordings = {base + ".trace"};
+    options.allWrites = true;
+    Decoder decoder(options);
+    std::vector<std::string> warnings;
+    std::string error;
+    ASSERT_TRUE(decoder.load({base + ".json"}, warnings, error)) << error;
+    std::vector<std::string> rows;
+    for (DecodedRow row; decoder.next(row);)
+        rows.push_back(std::string(row.instance) + "=" + std::to_string(int(row.value)));
+    EXPECT_EQ(rows, (std::vector<std::string>{"Rain.Low=7", "Rain.Low=8", "Rain.High=9"}));
+    EXPECT_EQ(decoder.counts().shortFrames, 1u);
+    std::remove((base + ".json").c_str());
+    std::remove((base + ".trace").c_str());
+}
