@@ -119,16 +119,19 @@ def physical(value):
 
 
 def signal_names(dbc_path):
-    """Frame name -> the SG_ names the file gives it."""
-    names, frame = {}, None
+    """Frame name -> the SG_ names the file gives it (and every long name
+    of a SystemSignalLongSymbol attribute, which replace them)."""
+    names, frame, long_names = {}, None, set()
     for line in open(dbc_path, encoding="utf-8", errors="replace"):
         words = line.split()
         if words[:1] == ["BO_"] and len(words) > 2:
             frame = words[2].rstrip(":")
-            names[frame] = set()
+            names[frame] = long_names
         elif words[:1] == ["SG_"] and frame is not None and len(words) > 1:
-            names[frame].add(words[1])
-    return names
+            names[frame] = names[frame] | {words[1]}
+        elif words[:2] == ["BA_", '"SystemSignalLongSymbol"'] and len(words) > 5:
+            long_names.add(words[5].strip('";'))
+    return {frame: signals | long_names for frame, signals in names.items()}
 
 
 def build_log(rng, db, dbc_name, dbc_path):
@@ -159,8 +162,7 @@ def build_log(rng, db, dbc_name, dbc_path):
             for name, signal in decoded.items():
                 instance = frame.name + "." + name
                 reason = EXCLUDED.get((dbc_name, instance))
-                if reason is None and frame.name in file_names and signal.signal.name not in file_names[frame.name] \
-                        and not signal.signal.attributes.get("SystemSignalLongSymbol") and name not in file_names[frame.name]:
+                if reason is None and frame.name in file_names and name not in file_names[frame.name]:
                     reason = MISFILED
                 if reason:
                     skipped[instance] = reason
