@@ -1,12 +1,14 @@
 #include "decode/Decoder.h"
 
 #include "bus/EthernetSignal.h"
-#include "input/GPSSignal.h"
 #include "decode/FrameTableClaim.h"
+#include "decode/J1939Matcher.h"
+#include "decode/J1939Transport.h"
 #include "decode/ReplayPacer.h"
 #include "decode/SignalSet.h"
 #include "decode/TriggerSet.h"
 #include "definitions/DefinitionFiles.h"
+#include "input/GPSSignal.h"
 #include "recordings/RecordingFiles.h"
 
 #include <algorithm>
@@ -25,6 +27,9 @@ struct Decoder::State {
     bool mapChannels(std::string& error);
     bool build(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
     void decode(const RecordedMessage& message);
+    bool decodeFrame(const RecordedMessage& message);
+    bool decodeCan(const CANExtTraceMessage& frame);
+    void decodeTransported(const CANExtTraceMessage& frame);
     void signalRow(SignalSet::Entry& entry);
     void triggerRow(size_t trigger);
     void checkTimeouts(uint64_t now);
@@ -45,6 +50,12 @@ struct Decoder::State {
     const RecordedMessage* message = nullptr;
     DecodeCounts counts;
     std::vector<unsigned long> ids;
+    std::vector<unsigned long> transportedIds;
+    J1939Matcher j1939;
+    J1939Transport transport;
+    CANExtTraceMessage renamed;     // a J1939 frame under its definition's identifier
+    CANExtTraceMessage transported; // a reassembled J1939 transfer
+    int source = -1;                // of the message decoded last
     std::vector<unsigned long> staleIds;
     std::set<unsigned long> stale;
     uint64_t nextTimeoutCheck = 0;
@@ -83,6 +94,8 @@ bool Decoder::State::build(const DefinitionSet& definitions, std::vector<std::st
     files.useFlexRaySegments(definitions);
     signals = std::make_unique<SignalSet>(options.sharedMemory);
     signals->build(definitions, warnings);
+    for (const J1939Frame& frame : definitions.j1939)
+        j1939.add(frame.channel, frame.msgId);
     signals->select(options.signalPatterns);
     return triggers.compile(options.triggers, options.edge, *signals, error);
 }
@@ -93,7 +106,7 @@ void Decoder::State::decode(const RecordedMessage& message)
 {
     pacer.pace(message.timestamp());
     ++counts.frames;
-    if (!message.decode(ids, signals->storage()))
+    if (!decodeFrame(message))
         return;
     ++counts.framesWithSignals;
     counts.writes += ids.size();
@@ -101,7 +114,8 @@ void Decoder::State::decode(const RecordedMessage& message)
         SignalSet::Entry* entry = signals->find(id);
         if (entry == nullptr)
             continue;
-        if (options.rows && entry->shown && (options.allWrites || entry->signal->isModified()))
+        const bool shown = entry->shown || (source >= 0 && signals->shownFrom(*entry, uint8_t(source)));
+        if (options.rows && shown && (options.allWrites || entry->signal->isModified()))
             signalRow(*entry);
         triggers.touch(*entry);
         if (options.timeoutMs)
@@ -114,6 +128,61 @@ void Decoder::State::decode(const RecordedMessage& message)
     });
     if (options.timeoutMs && message.timestamp() >= nextTimeoutCheck)
         checkTimeouts(message.timestamp());
+}
+
+bool Decoder::State::decodeFrame(const RecordedMessage& message)
+{
+    source = -1;
+    if (message.kind == RecordedMessage::Can)
+        return decodeCan(message.can);
+    if (message.kind == RecordedMessage::Lin && BaseSignal::onlyReceivedBits &&
+        signals->linFrameShort(message.lin.channel, message.lin.protectedId, message.lin.data.size()))
+        ++counts.shortFrames;
+    return message.decode(ids, signals->storage());
+}
+
+// A J1939 frame is decoded under the identifier of its definition: its own
+// when one has it, else that of the first J1939 definition of its PGN.
+bool Decoder::State::decodeCan(const CANExtTraceMessage& frame)
+{
+    const CANExtTraceMessage* decoded = &frame;
+    const bool extended = frame.frameFormat == 1 || frame.frameFormat == 3;
+    const bool j1939Frame = extended && !j1939.empty();
+    if (j1939Frame) {
+        uint32_t msgId = 0;
+        if (j1939.exact(frame.channel, frame.canId)) {
+            source = J1939Matcher::sourceOf(frame.canId);
+        } else if (!signals->canFrames().known(frame.channel, frame.canId, true) &&
+                   j1939.byPgn(frame.channel, J1939Matcher::pgnOf(frame.canId), msgId)) {
+            source = J1939Matcher::sourceOf(frame.canId);
+            renamed = frame;
+            renamed.canId = msgId;
+            decoded = &renamed;
+        }
+    }
+    CANSignal::decodeMessage(*decoded, ids, 0, &signals->storage());
+    if (signals->canFrames().complete(*decoded, ids))
+        ++counts.shortFrames;
+    if (j1939Frame && transport.feed(frame, transported))
+        decodeTransported(frame);
+    counts.transportErrors = transport.errors();
+    return !ids.empty();
+}
+
+// The rows of a reassembled transfer follow those of its last packet.
+void Decoder::State::decodeTransported(const CANExtTraceMessage& frame)
+{
+    uint32_t msgId = 0;
+    if (!j1939.byPgn(transported.channel, J1939Matcher::pgnOf(transported.canId), msgId))
+        return;
+    transported.canId = msgId;
+    CANSignal::decodeMessage(transported, transportedIds, 0, &signals->storage());
+    if (signals->canFrames().complete(transported, transportedIds))
+        ++counts.shortFrames;
+    if (transportedIds.empty())
+        return;
+    source = J1939Matcher::sourceOf(frame.canId);
+    ids.insert(ids.end(), transportedIds.begin(), transportedIds.end());
 }
 
 DecodedRow& Decoder::State::addRow(DecodedRow::Kind kind, uint64_t time)
@@ -139,6 +208,7 @@ void Decoder::State::signalRow(SignalSet::Entry& entry)
     row.instance = entry.instance;
     row.value = value;
     row.unit = entry.unit;
+    row.source = source;
     if (!entry.describes)
         return;
     if (described == descriptions.size()) {
@@ -182,6 +252,7 @@ Decoder::Decoder(DecodeOptions options, std::ostream& messages)
         state_->options.loggerFraming ? EthernetSignal::LoggerFraming : EthernetSignal::ProtocolFraming;
     // An NMEA field left empty is no value, not 0.
     GPSSignal::skipEmptyFields = true;
+    BaseSignal::onlyReceivedBits = !state_->options.zeroFillShortFrames;
 }
 
 Decoder::~Decoder() = default;
@@ -274,6 +345,11 @@ uint64_t Decoder::bytesConsumed() const
 uint64_t Decoder::totalBytes() const
 {
     return state_->recordings ? state_->recordings->fileSize() : 0;
+}
+
+bool Decoder::hasSources() const
+{
+    return !state_->j1939.empty();
 }
 
 size_t Decoder::longestShownInstance() const
