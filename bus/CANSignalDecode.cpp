@@ -37,7 +37,8 @@ unsigned long classicLength(uint8_t length)
 struct Frame {
     explicit Frame(const CANExtTraceMessage& message)
         : ctm(message), received(std::min<unsigned>(message.length, payloadCapacity)),
-          classicCode(classicLength(message.length)), classicWord(BaseSignal::payloadWord(message.payload, classicCode))
+          classicCode(classicLength(message.length)), classicWord(BaseSignal::payloadWord(message.payload, classicCode)),
+          classicReach(BaseSignal::onlyReceivedBits ? received : payloadCapacity)
     {
     }
 
@@ -47,16 +48,22 @@ struct Frame {
     unsigned received;         // the bytes received that exist in the payload array
     unsigned long classicCode; // the length classic signals are written with
     uint64_t classicWord;      // what the write of classic signals decodes
+    // Classic signals whose field needs more leading bytes than this are
+    // skipped (only with BaseSignal::onlyReceivedBits; otherwise all fit).
+    unsigned classicReach;
+
 };
 
 // A signal of the decode plan, with the common case marked: a signal written
 // directly, classic, and no multiplexer.
 struct Step : PlannedSignal<CANSignal> {
     explicit Step(CANSignal* s)
-        : PlannedSignal(s), plainClassic(direct && !s->d_layout.canFD && !s->d_layout.multiplexer)
+        : PlannedSignal(s), plainClassic(direct && !s->d_layout.canFD && !s->d_layout.multiplexer),
+          classicBytes(uint16_t(std::min(s->fieldBytes(), 0xffffu)))
     {
     }
     bool plainClassic;
+    uint16_t classicBytes; // leading payload bytes a classic field needs
 };
 
 FramePlan<Step> plan;
@@ -86,6 +93,8 @@ bool writeFrom(const Step& step, const Frame& frame)
     CANSignal& signal = *step.signal;
     const CANSignal::FrameLayout& layout = signal.d_layout;
     if (!layout.canFD) {
+        if (step.classicBytes > frame.classicReach)
+            return false;
         // Located by startbit over the frame, i.e. within its first 8 bytes.
         step.write(frame.ctm.payload, frame.classicCode, frame.classicWord, frame.ctm.timestamp);
         return true;
@@ -144,7 +153,7 @@ void decodeMultiplexed(CANSignal& multiplexer, const Frame& frame, uint64_t& key
             const unsigned first = std::min<unsigned>(signal->d_layout.startByte, payloadCapacity);
             const unsigned count = std::min<unsigned>(signal->d_layout.numBytes, payloadCapacity - first);
             step->write(frame.ctm.payload + first, count, frame.ctm.timestamp);
-        } else {
+        } else if (step->classicBytes <= frame.classicReach) {
             step->write(frame.ctm.payload, frame.classicCode, frame.classicWord, frame.ctm.timestamp);
             ids.push_back(signal->id);
         }
@@ -206,7 +215,7 @@ bool CANSignal::decodeMessage(const CANExtTraceMessage& ctm, std::vector<unsigne
     const Frame frame(ctm);
     const bool quiet = debug == 0;
     for (const Step* step = run.begin; step != run.end; ++step) {
-        if (quiet && step->plainClassic) {
+        if (quiet && step->plainClassic && step->classicBytes <= frame.classicReach) {
             step->signal->writeDirect(frame.classicWord, ctm.timestamp);
             ids.push_back(step->signal->id);
         } else {

@@ -68,11 +68,12 @@ bool LINSignal::decodeMessage(const LINTraceMessage& ltm, std::vector<unsigned l
     // The byte count is kept in 8 bits, as the frame's length field is.
     const uint8_t length = static_cast<uint8_t>(ltm.data.size());
     const uint64_t payload = BaseSignal::payloadWord(ltm.data.data(), length);
+    const bool onlyReceived = onlyReceivedBits;
     for (auto step = run.begin; step != run.end; ++step) {
         if (debug)
             MessageLine::debug(cls, "decodeMessage", "Signal = ", step->signal->def.instance, ", id = 0x", std::hex,
                                key, std::dec);
-        if (length == 0)
+        if (length == 0 || (onlyReceived && step->signal->fieldBytes() > length))
             continue;
         step->write(ltm.data.data(), length, payload, ltm.timestamp);
         ids.push_back(step->signal->id);

@@ -101,12 +101,17 @@ CLI::App& DecodeCommand::add(CLI::App& app)
                      "by the protocols' framing");
     decode->add_flag("--all", options_.allWrites, "A row for every write, not only for changed values");
     CommandOptions::repeatable(*decode, "--signals", options_.signalPatterns,
-                               "Only rows of instances matching the glob, e.g. 'Engine*' (repeatable)", "PATTERN");
+                               "Only rows of instances matching the glob, e.g. 'Engine*', or of one J1939 "
+                               "sender, e.g. 'EEC1.*@0' (repeatable)",
+                               "PATTERN");
     CommandOptions::repeatable(*decode, "--trigger", options_.triggers,
                                "Trigger expression over instance names, e.g. 'Doors.DoorFL == 1 && "
                                "VehicleDynamics.VehicleSpeed > 5' (repeatable)",
                                "EXPR");
     decode->add_flag("--edge", options_.edge, "Triggers fire on a rising edge instead of while true");
+    decode->add_flag("--zero-fill", options_.zeroFillShortFrames,
+                     "Decode signals whose bits a short CAN or LIN frame did not bring, with zeros for them "
+                     "(default: no value, counted as short frames)");
     decode->add_flag("--stats{-}", statsFile_,
                      "After decoding, a quality report per identifier and signal: a table on standard error, "
                      "or with --stats=FILE JSON into FILE");
@@ -185,8 +190,10 @@ int DecodeCommand::run()
     }
     std::unique_ptr<RowWriter> writer = options.rows ? format->create(out, decoder.longestShownInstance()) : nullptr;
     decoder.open();
-    if (writer)
+    if (writer) {
+        writer->sources = decoder.hasSources();
         writer->begin();
+    }
     const auto started = std::chrono::steady_clock::now();
     decodeAll(decoder, writer.get());
     if (writer && !writer->finish())
@@ -227,6 +234,13 @@ void DecodeCommand::summary(const Decoder& decoder, double seconds)
                   (unsigned long long)report.badLines(), packets, seconds,
                   seconds > 0 ? double(counts.frames) / seconds : 0.0);
     std::cerr << text;
+    if (counts.shortFrames || counts.transportErrors) {
+        std::snprintf(text, sizeof text,
+                      "rksignal: %llu short frames (signals beyond the bytes received got no value), "
+                      "%llu J1939 transfers incomplete\n",
+                      (unsigned long long)counts.shortFrames, (unsigned long long)counts.transportErrors);
+        std::cerr << text;
+    }
 }
 
 } // namespace rksignal

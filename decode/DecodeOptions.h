@@ -32,6 +32,10 @@ struct DecodeOptions {
     bool loggerFraming = false;
     // False: decode only (values, shared memory, counts), hand out no rows.
     bool rows = true;
+    // A CAN or LIN signal whose bits lie beyond the bytes a frame brought
+    // gets no value (counted in DecodeCounts::shortFrames); true: it is
+    // decoded with the missing bytes as zeros, as library clients get it.
+    bool zeroFillShortFrames = false;
     // Keep a DecodeStats of the run (Decoder::stats()).
     bool stats = false;
 

@@ -14,6 +14,7 @@ struct SignalRow {
     double value = 0;  // physical value
     std::string_view unit;
     std::string_view description; // the value's description; empty when the signal has none
+    int source = -1; // J1939 rows: the sender's source address; -1 for all others
 };
 
 struct DecodedRow : SignalRow {

@@ -1,13 +1,15 @@
 #include "decode/Decoder.h"
 
 #include "bus/EthernetSignal.h"
-#include "input/GPSSignal.h"
 #include "decode/DecodeStats.h"
 #include "decode/FrameTableClaim.h"
+#include "decode/J1939Matcher.h"
+#include "decode/J1939Transport.h"
 #include "decode/ReplayPacer.h"
 #include "decode/SignalSet.h"
 #include "decode/TriggerSet.h"
 #include "definitions/DefinitionFiles.h"
+#include "input/GPSSignal.h"
 #include "recordings/RecordingFiles.h"
 
 #include <algorithm>
@@ -26,7 +28,10 @@ struct Decoder::State {
     bool mapChannels(std::string& error);
     bool build(const DefinitionSet& definitions, std::vector<std::string>& warnings, std::string& error);
     void decode(const RecordedMessage& message);
-    void count(const RecordedMessage& message, bool wroteSignals);
+    void count(const RecordedMessage& message, bool wroteSignals, uint64_t shortFrames, uint64_t transportErrors);
+    bool decodeFrame(const RecordedMessage& message);
+    bool decodeCan(const CANExtTraceMessage& frame);
+    void decodeTransported(const CANExtTraceMessage& frame);
     void signalRow(SignalSet::Entry& entry);
     void triggerRow(size_t trigger);
     void checkTimeouts(uint64_t now);
@@ -48,7 +53,14 @@ struct Decoder::State {
     DecodeCounts counts;
     std::unique_ptr<DecodeStats> stats; // with options.stats
     std::vector<size_t> fired;          // the triggers that fired on the last message
+    unsigned unbranched = 0;            // multiplexer values of the last message without a branch (with stats)
     std::vector<unsigned long> ids;
+    std::vector<unsigned long> transportedIds;
+    J1939Matcher j1939;
+    J1939Transport transport;
+    CANExtTraceMessage renamed;     // a J1939 frame under its definition's identifier
+    CANExtTraceMessage transported; // a reassembled J1939 transfer
+    int source = -1;                // of the message decoded last
     std::vector<unsigned long> staleIds;
     std::set<unsigned long> stale;
     uint64_t nextTimeoutCheck = 0;
@@ -87,6 +99,8 @@ bool Decoder::State::build(const DefinitionSet& definitions, std::vector<std::st
     files.useFlexRaySegments(definitions);
     signals = std::make_unique<SignalSet>(options.sharedMemory);
     signals->build(definitions, warnings);
+    for (const J1939Frame& frame : definitions.j1939)
+        j1939.add(frame.channel, frame.msgId);
     signals->select(options.signalPatterns);
     if (options.stats) {
         std::vector<std::string> instances;
@@ -108,9 +122,11 @@ void Decoder::State::decode(const RecordedMessage& message)
     pacer.pace(message.timestamp());
     ++counts.frames;
     fired.clear();
-    const bool wroteSignals = message.decode(ids, signals->storage());
+    const uint64_t shortBefore = counts.shortFrames, transportBefore = counts.transportErrors;
+    unbranched = 0;
+    const bool wroteSignals = decodeFrame(message);
     if (stats)
-        count(message, wroteSignals);
+        count(message, wroteSignals, counts.shortFrames - shortBefore, counts.transportErrors - transportBefore);
     if (!wroteSignals)
         return;
     ++counts.framesWithSignals;
@@ -119,7 +135,8 @@ void Decoder::State::decode(const RecordedMessage& message)
         SignalSet::Entry* entry = signals->find(id);
         if (entry == nullptr)
             continue;
-        if (options.rows && entry->shown && (options.allWrites || entry->signal->isModified()))
+        const bool shown = entry->shown || (source >= 0 && signals->shownFrom(*entry, uint8_t(source)));
+        if (options.rows && shown && (options.allWrites || entry->signal->isModified()))
             signalRow(*entry);
         triggers.touch(*entry);
         if (options.timeoutMs)
@@ -135,9 +152,70 @@ void Decoder::State::decode(const RecordedMessage& message)
         checkTimeouts(message.timestamp());
 }
 
-void Decoder::State::count(const RecordedMessage& message, bool wroteSignals)
+bool Decoder::State::decodeFrame(const RecordedMessage& message)
 {
-    stats->frame(message, wroteSignals);
+    source = -1;
+    if (message.kind == RecordedMessage::Can)
+        return decodeCan(message.can);
+    if (message.kind == RecordedMessage::Lin && BaseSignal::onlyReceivedBits &&
+        signals->linFrameShort(message.lin.channel, message.lin.protectedId, message.lin.data.size()))
+        ++counts.shortFrames;
+    return message.decode(ids, signals->storage());
+}
+
+// A J1939 frame is decoded under the identifier of its definition: its own
+// when one has it, else that of the first J1939 definition of its PGN.
+bool Decoder::State::decodeCan(const CANExtTraceMessage& frame)
+{
+    const CANExtTraceMessage* decoded = &frame;
+    const bool extended = frame.frameFormat == 1 || frame.frameFormat == 3;
+    const bool j1939Frame = extended && !j1939.empty();
+    if (j1939Frame) {
+        uint32_t msgId = 0;
+        if (j1939.exact(frame.channel, frame.canId)) {
+            source = J1939Matcher::sourceOf(frame.canId);
+        } else if (!signals->canFrames().known(frame.channel, frame.canId, true) &&
+                   j1939.byPgn(frame.channel, J1939Matcher::pgnOf(frame.canId), msgId)) {
+            source = J1939Matcher::sourceOf(frame.canId);
+            renamed = frame;
+            renamed.canId = msgId;
+            decoded = &renamed;
+        }
+    }
+    CANSignal::decodeMessage(*decoded, ids, 0, &signals->storage());
+    if (signals->canFrames().complete(*decoded, ids, stats ? &unbranched : nullptr))
+        ++counts.shortFrames;
+    if (j1939Frame && transport.feed(frame, transported))
+        decodeTransported(frame);
+    counts.transportErrors = transport.errors();
+    return !ids.empty();
+}
+
+// The rows of a reassembled transfer follow those of its last packet.
+void Decoder::State::decodeTransported(const CANExtTraceMessage& frame)
+{
+    uint32_t msgId = 0;
+    if (!j1939.byPgn(transported.channel, J1939Matcher::pgnOf(transported.canId), msgId))
+        return;
+    transported.canId = msgId;
+    CANSignal::decodeMessage(transported, transportedIds, 0, &signals->storage());
+    if (signals->canFrames().complete(transported, transportedIds, stats ? &unbranched : nullptr))
+        ++counts.shortFrames;
+    if (transportedIds.empty())
+        return;
+    source = J1939Matcher::sourceOf(frame.canId);
+    ids.insert(ids.end(), transportedIds.begin(), transportedIds.end());
+}
+
+// The counts of a message: its identifier's (what the decoder counted while
+// decoding it), and those of the signals it wrote.
+void Decoder::State::count(const RecordedMessage& message, bool wroteSignals, uint64_t shortFrames,
+                           uint64_t transportErrors)
+{
+    IdentifierStats& frame = stats->frame(message, wroteSignals);
+    frame.shortFrames += shortFrames;
+    frame.transportErrors += transportErrors;
+    frame.muxWithoutBranch += unbranched;
     if (!wroteSignals)
         return;
     for (unsigned long id : ids) {
@@ -174,6 +252,7 @@ void Decoder::State::signalRow(SignalSet::Entry& entry)
     row.instance = entry.instance;
     row.value = value;
     row.unit = entry.unit;
+    row.source = source;
     if (!entry.describes)
         return;
     if (described == descriptions.size()) {
@@ -217,6 +296,7 @@ Decoder::Decoder(DecodeOptions options, std::ostream& messages)
         state_->options.loggerFraming ? EthernetSignal::LoggerFraming : EthernetSignal::ProtocolFraming;
     // An NMEA field left empty is no value, not 0.
     GPSSignal::skipEmptyFields = true;
+    BaseSignal::onlyReceivedBits = !state_->options.zeroFillShortFrames;
 }
 
 Decoder::~Decoder() = default;
@@ -324,6 +404,11 @@ uint64_t Decoder::bytesConsumed() const
 uint64_t Decoder::totalBytes() const
 {
     return state_->recordings ? state_->recordings->fileSize() : 0;
+}
+
+bool Decoder::hasSources() const
+{
+    return !state_->j1939.empty();
 }
 
 size_t Decoder::longestShownInstance() const

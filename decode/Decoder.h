@@ -50,6 +50,8 @@ struct DecodeCounts {
     uint64_t framesWithSignals = 0; // messages that wrote at least one signal
     uint64_t writes = 0;            // signal values written
     uint64_t triggersFired = 0;
+    uint64_t shortFrames = 0;     // frames too short for a signal of theirs, which got no value
+    uint64_t transportErrors = 0; // J1939 multi-packet transfers that ended without a message
 };
 
 class Decoder {
@@ -107,6 +109,8 @@ public:
     uint64_t totalBytes() const;
     // The longest instance name among the signals shown, for aligned columns.
     size_t longestShownInstance() const;
+    // Whether rows may carry a J1939 source address (J1939 definitions loaded).
+    bool hasSources() const;
 
 private:
     struct State; // the signals, triggers, recordings and rows of the run

@@ -2,15 +2,20 @@
 // storage of their own, with what the output needs of each signal at hand
 // by identifier.
 //
-// CAN signals that DBC or JSON mark as multiplexed are filed under their
-// frame's key plus the multiplexer term of their value, so that the decoder's
-// second stage finds them for that multiplexer value only.
+// CAN signals that DBC or JSON mark as multiplexed are filed under no key of
+// the library's frame table: CanFrames writes them when their branch is
+// selected. The others are filed under their frame's key with and without the
+// CAN FD flag: a frame is matched by identifier whatever format it declares
+// (a received frame of more than eight bytes can only be CAN FD).
 //
 // Not thread-safe; one set per run.
 #pragma once
 
+#include "decode/CanFrames.h"
 #include "definitions/DefinitionSet.h"
 
+#include <map>
+#include <unordered_map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -53,11 +58,23 @@ public:
     }
 
     // Shows only the instances that match one of the glob patterns (all when
-    // there are none).
+    // there are none). A pattern "GLOB@SA" shows the rows of a J1939 signal
+    // sent from source address SA (decimal) only: see shownFrom.
     void select(const std::vector<std::string>& patterns);
+    // Whether the row of a signal not shown is shown all the same because
+    // it came from J1939 source address `source`.
+    bool shownFrom(const Entry& entry, uint8_t source);
     // True when `instance` matches one of the glob patterns, or there are none.
     static bool selected(const std::vector<std::string>& patterns, const std::string& instance);
     size_t longestShownInstance() const;
+    CanFrames& canFrames() { return canFrames_; }
+    // Whether a LIN frame of `bytes` data bytes lacks bits a signal filed
+    // under its channel and identifier needs.
+    bool linFrameShort(uint8_t channel, uint8_t protectedId, size_t bytes) const
+    {
+        const auto entry = linBytes_.find(uint16_t(channel << 8 | (protectedId & 63)));
+        return entry != linBytes_.end() && bytes < entry->second;
+    }
 
 private:
     // Identifiers are a kind bit plus the running number; the kind bits
@@ -66,7 +83,9 @@ private:
 
     template <class Signal, class Definition>
     void buildAll(const std::vector<Definition>& definitions, std::vector<std::string>& problems);
-    void fileMultiplexed(CANSignal& signal);
+    void fileCan(const DefinitionSet& definitions, std::vector<std::string>& problems);
+    void fileBranch(CANSignal& signal, const CanBranch* branch, const DefinitionSet& definitions,
+                    std::vector<std::string>& problems);
     void index();
 
     bool sharedMemory_;
@@ -75,6 +94,11 @@ private:
     std::vector<Entry> entries_;
     unsigned long firstNumber_ = 0;
     std::vector<int32_t> byNumber_;
+    CanFrames canFrames_;
+    std::unordered_map<uint16_t, unsigned> linBytes_; // channel and identifier -> bytes needed
+    std::map<const CANSignal*, CanFrames::Realigned> realigned_; // while building
+    std::vector<std::string> sourcePatterns_;
+    std::string withSource_; // instance "@" source, matched against sourcePatterns_
 };
 
 } // namespace rksignal

@@ -15,11 +15,26 @@ signalValue_t valueType(const DbcSignal& signal)
     return signal.isSigned ? SIGNAL_SIGNED : SIGNAL_UNSIGNED;
 }
 
+const std::string& nameOf(const DbcMessage& message)
+{
+    return message.longName.empty() ? message.name : message.longName;
+}
+
+const std::string& nameOf(const DbcSignal& signal)
+{
+    return signal.longName.empty() ? signal.name : signal.longName;
+}
+
+std::string instanceOf(const DbcMessage& message, const DbcSignal& signal)
+{
+    return nameOf(message) + "." + nameOf(signal);
+}
+
 canSignalDef_t definitionOf(const DbcMessage& message, const DbcSignal& signal, uint8_t channel)
 {
     canSignalDef_t def;
-    def.instance = message.name + "." + signal.name;
-    def.signal = signal.name;
+    def.instance = instanceOf(message, signal);
+    def.signal = nameOf(signal);
     def.channel = channel;
     def.unit = signal.unit;
     def.type = valueType(signal);
@@ -34,23 +49,48 @@ canSignalDef_t definitionOf(const DbcMessage& message, const DbcSignal& signal, 
     // Raw values of signed signals are sign-extended, so a negative table
     // entry is keyed by its two's complement.
     for (const auto& [raw, text] : signal.values)
-        def.valueDescription[static_cast<uint64_t>(raw)] = text;
+        def.valueDescription[raw] = text;
     def.comment = signal.comment;
     def.msgId = message.id;
     def.extended = message.extended;
-    def.canFD = message.fd;
-    def.message = message.name;
+    // Only CAN FD carries more than eight bytes, whatever the file declares.
+    def.canFD = message.fd || message.size > 8;
+    def.message = nameOf(message);
     def.sender = message.sender;
     return def;
+}
+
+// The branch of a multiplexed signal: its own multiplexer and ranges
+// (SG_MUL_VAL_), or the frame's multiplexer and its one value.
+CanBranch branchOf(const DbcMessage& message, const DbcSignal& signal)
+{
+    CanBranch branch{instanceOf(message, signal), {}, signal.muxRanges};
+    if (branch.ranges.empty())
+        branch.ranges.emplace_back(signal.muxValue, signal.muxValue);
+    for (const DbcSignal& other : message.signals) {
+        const bool chosen = signal.multiplexerName.empty() ? other.isMultiplexer && !other.isMultiplexed
+                                                           : other.name == signal.multiplexerName;
+        if (chosen && &other != &signal) {
+            branch.multiplexer = instanceOf(message, other);
+            break;
+        }
+    }
+    return branch;
 }
 
 } // namespace
 
 void DbcDefinitions::append(const DbcDatabase& database, uint8_t channel, DefinitionSet& out)
 {
-    for (const DbcMessage& message : database.messages)
-        for (const DbcSignal& signal : message.signals)
+    for (const DbcMessage& message : database.messages) {
+        for (const DbcSignal& signal : message.signals) {
             out.can.push_back(definitionOf(message, signal, channel));
+            if (signal.isMultiplexed)
+                out.canBranches.push_back(branchOf(message, signal));
+        }
+        if (message.j1939 && message.extended)
+            out.j1939.push_back(J1939Frame{channel, message.id});
+    }
 }
 
 bool DbcDefinitions::readFile(const std::string& path, uint8_t channel, DefinitionSet& out,

@@ -2,7 +2,9 @@
 
 #include "definitions/TextCursor.h"
 #include "definitions/TextFile.h"
+#include "definitions/Utf8Text.h"
 
+#include <cmath>
 #include <set>
 
 namespace rksignal {
@@ -151,12 +153,30 @@ private:
             parseComment(cursor, line);
         else if (keyword == "BA_DEF_")
             parseAttributeDefinition(cursor);
+        else if (keyword == "BA_DEF_DEF_")
+            parseAttributeDefault(cursor);
         else if (keyword == "BA_")
             parseAttribute(cursor, line);
         else if (keyword == "VAL_")
             parseValueTable(cursor, line);
         else if (keyword == "SIG_VALTYPE_")
             parseValueType(cursor, line);
+        else if (keyword == "SG_MUL_VAL_")
+            parseMultiplexerRanges(cursor, line);
+    }
+
+    void warn(int line, const std::string& what)
+    {
+        db_.warnings.push_back(fileName_ + ":" + std::to_string(line) + ": " + what);
+    }
+
+    // Units, comments and value texts of files written in code page 1252.
+    void toUtf8(std::string& text, int line)
+    {
+        if (Utf8Text::ensure(text) && !warnedEncoding_) {
+            warnedEncoding_ = true;
+            warn(line, "text that is not UTF-8 read as code page 1252");
+        }
     }
 
     [[noreturn]] static void fail(int line, const std::string& what) { throw DbcError{line, what}; }
@@ -204,6 +224,15 @@ private:
         message.sender = std::string(cursor.readToken());
         message.extended = (rawId & extendedFlag) != 0;
         message.id = rawId & 0x1fffffffu;
+        if (!message.extended && message.id > 0x7ff) {
+            // Some writers leave bit 31 out: no standard identifier is this large.
+            message.extended = true;
+            if (!warnedExtended_) {
+                warnedExtended_ = true;
+                warn(line, "identifier " + std::to_string(rawId) +
+                               " above 0x7FF without bit 31 taken as extended (and all such identifiers of the file)");
+            }
+        }
         current_ = nullptr;
         skippingMessage_ = message.name == independentSignals;
         if (skippingMessage_)
@@ -220,7 +249,8 @@ private:
         signal.line = line;
         signal.name = expectIdentifier(cursor, line, "signal name after SG_");
         const std::string_view mux = cursor.readToken(":");
-        if (!mux.empty())
+        const bool bareMarker = mux == "m";
+        if (!mux.empty() && !bareMarker)
             parseMultiplexing(mux, signal, line);
         expectChar(cursor, ':', line, "after the signal name");
         signal.startBit = expectUnsigned<uint16_t>(cursor, line, "start bit", 0xffff);
@@ -250,10 +280,15 @@ private:
         expectChar(cursor, ']', line, "after the maximum");
         if (!cursor.readQuoted(signal.unit))
             fail(line, "expected the unit in double quotes");
+        toUtf8(signal.unit, line);
         if (current_ == nullptr) {
             if (skippingMessage_)
                 return;
             fail(line, "expected BO_ before SG_");
+        }
+        if (bareMarker) {
+            warn(line, "signal " + signal.name + " has the multiplexer marker 'm' without a value; not decoded");
+            return;
         }
         if (!usable) {
             db_.warnings.push_back(fileName_ + ":" + std::to_string(line) + ": signal " + signal.name + " is " +
@@ -301,10 +336,16 @@ private:
         if (!cursor.consumeWord("SG_"))
             return;
         const uint64_t rawId = expectUnsigned<uint64_t>(cursor, line, "frame identifier in CM_ SG_", 0xffffffffu);
+        cursor.skipSpaces();
+        if (cursor.peek() == '"') {
+            warn(line, "CM_ SG_ without a signal name; comment ignored");
+            return;
+        }
         const std::string name = expectIdentifier(cursor, line, "signal name in CM_ SG_");
         std::string text;
         if (!cursor.readQuoted(text))
             fail(line, "expected the comment in double quotes");
+        toUtf8(text, line);
         if (DbcSignal* signal = findSignal(rawId, name))
             signal->comment = text;
     }
@@ -324,30 +365,82 @@ private:
         }
     }
 
-    // BA_ "VFrameFormat" BO_ <id> <value>;
+    // BA_DEF_DEF_ "VFrameFormat" "<format>";  BA_DEF_DEF_ "ProtocolType" "J1939";
+    void parseAttributeDefault(TextCursor& cursor)
+    {
+        std::string name, value;
+        if (!cursor.readQuoted(name) || !cursor.readQuoted(value))
+            return;
+        if (name == "VFrameFormat")
+            defaultFormat_ = value;
+        else if (name == "ProtocolType")
+            protocolJ1939_ = value == "J1939";
+    }
+
+    // BA_ "VFrameFormat" BO_ <id> <value>;  BA_ "ProtocolType" "J1939";
+    // BA_ "SystemMessageLongSymbol" BO_ <id> "<name>";
+    // BA_ "SystemSignalLongSymbol" SG_ <id> <signal> "<name>";
     void parseAttribute(TextCursor& cursor, int line)
     {
         std::string name;
-        if (!cursor.readQuoted(name) || name != "VFrameFormat" || !cursor.consumeWord("BO_"))
+        if (!cursor.readQuoted(name))
+            return;
+        if (name == "ProtocolType") {
+            std::string value;
+            if (cursor.readQuoted(value))
+                protocolJ1939_ = value == "J1939";
+            return;
+        }
+        if (name == "SystemSignalLongSymbol" && cursor.consumeWord("SG_")) {
+            const uint64_t rawId = expectUnsigned<uint64_t>(cursor, line, "frame identifier in BA_", 0xffffffffu);
+            const std::string signalName = expectIdentifier(cursor, line, "signal name in BA_");
+            std::string longName;
+            DbcSignal* signal = findSignal(rawId, signalName);
+            if (cursor.readQuoted(longName) && signal && !longName.empty()) {
+                toUtf8(longName, line);
+                signal->longName = longName;
+            }
+            return;
+        }
+        if ((name != "VFrameFormat" && name != "SystemMessageLongSymbol") || !cursor.consumeWord("BO_"))
             return;
         const uint64_t rawId = expectUnsigned<uint64_t>(cursor, line, "frame identifier in BA_", 0xffffffffu);
+        if (name == "SystemMessageLongSymbol") {
+            std::string longName;
+            const auto entry = byId_.find(rawId);
+            if (cursor.readQuoted(longName) && entry != byId_.end() && !longName.empty()) {
+                toUtf8(longName, line);
+                db_.messages[entry->second].longName = longName;
+            }
+            return;
+        }
         const uint64_t format = expectUnsigned<uint64_t>(cursor, line, "frame format number", 0xffff);
         formatOf_[rawId] = format;
     }
 
-    // The enum definition may follow its uses: decide when all is read.
+    // The enum definition and the defaults may follow their uses: decide
+    // when all is read.
     void applyFrameFormats()
     {
+        std::vector<const std::string*> named(db_.messages.size(), &defaultFormat_);
+        std::vector<std::string> numbered;
+        numbered.reserve(formatOf_.size());
         for (const auto& [rawId, format] : formatOf_) {
             const auto entry = byId_.find(rawId);
             if (entry == byId_.end())
                 continue;
-            bool fd;
-            if (format < frameFormats_.size())
-                fd = frameFormats_[format].find("FD") != std::string::npos;
-            else
-                fd = format == 14 || format == 15; // the usual StandardCAN_FD, ExtendedCAN_FD
-            db_.messages[entry->second].fd = fd;
+            if (format < frameFormats_.size()) {
+                named[entry->second] = &frameFormats_[format];
+            } else {
+                // Without the enum: the usual numbers of J1939PG, StandardCAN_FD, ExtendedCAN_FD.
+                numbered.push_back(format == 3 ? "J1939PG" : format == 14 || format == 15 ? "CAN_FD" : "CAN");
+                named[entry->second] = &numbered.back();
+            }
+        }
+        for (size_t i = 0; i < db_.messages.size(); ++i) {
+            DbcMessage& message = db_.messages[i];
+            message.fd = named[i]->find("FD") != std::string::npos;
+            message.j1939 = protocolJ1939_ || named[i]->find("J1939") != std::string::npos;
         }
     }
 
@@ -360,18 +453,49 @@ private:
         const std::string name = expectIdentifier(cursor, line, "signal name in VAL_");
         DbcSignal* signal = findSignal(rawId, name);
         for (;;) {
-            double value = 0;
-            if (!cursor.readDouble(value))
+            uint64_t value = 0;
+            bool exact = true;
+            if (!readRawValue(cursor, value, exact))
                 break;
             std::string text;
             if (!cursor.readQuoted(text))
                 fail(line, "expected the value text in double quotes in VAL_");
-            // A value no 64-bit raw value can take has nothing to describe.
-            if (signal && value >= -0x1p63 && value < 0x1p63)
-                signal->values[static_cast<int64_t>(value)] = text;
+            toUtf8(text, line);
+            if (signal && exact)
+                signal->values[value] = text;
         }
-        if (!cursor.consume(';'))
+        if (cursor.consume(';'))
+            return;
+        if (!cursor.atEnd())
             fail(line, "expected a value, its text in double quotes, or ';' in VAL_");
+        warn(line, "VAL_ without its closing ';'");
+    }
+
+    // A raw value of VAL_ as its 64 bits: integers exactly (negative ones in
+    // two's complement, up to 2^64 - 1), other numbers when they are whole
+    // and fit; `exact` false for those no raw value can take.
+    static bool readRawValue(TextCursor& cursor, uint64_t& value, bool& exact)
+    {
+        cursor.skipSpaces();
+        const std::string_view rest = cursor.rest();
+        const size_t signEnd = !rest.empty() && rest[0] == '-' ? 1 : 0;
+        size_t end = signEnd;
+        while (end < rest.size() && rest[end] >= '0' && rest[end] <= '9')
+            ++end;
+        if (end > signEnd && (end == rest.size() || std::string_view(".eE").find(rest[end]) == std::string_view::npos)) {
+            int64_t negative = 0;
+            exact = signEnd ? cursor.readSigned(negative) : cursor.readUnsigned(value);
+            if (signEnd)
+                value = static_cast<uint64_t>(negative);
+            if (exact)
+                return true;
+        }
+        double number = 0;
+        if (!cursor.readDouble(number))
+            return false;
+        exact = number >= -0x1p63 && number < 0x1p63 && number == std::trunc(number);
+        value = exact ? static_cast<uint64_t>(static_cast<int64_t>(number)) : 0;
+        return true;
     }
 
     // SIG_VALTYPE_ <id> <signal> : <1 float | 2 double>;
@@ -385,6 +509,25 @@ private:
             signal->valueType = type;
     }
 
+    // SG_MUL_VAL_ <id> <signal> <multiplexer> <low>-<high>, ...;
+    void parseMultiplexerRanges(TextCursor& cursor, int line)
+    {
+        const uint64_t rawId = expectUnsigned<uint64_t>(cursor, line, "frame identifier in SG_MUL_VAL_", 0xffffffffu);
+        const std::string name = expectIdentifier(cursor, line, "signal name in SG_MUL_VAL_");
+        const std::string multiplexer = expectIdentifier(cursor, line, "multiplexer name in SG_MUL_VAL_");
+        std::vector<std::pair<uint64_t, uint64_t>> ranges;
+        do {
+            uint64_t low = 0, high = 0;
+            if (!cursor.readUnsigned(low) || !cursor.consume('-') || !cursor.readUnsigned(high))
+                fail(line, "expected a range <low>-<high> in SG_MUL_VAL_");
+            ranges.emplace_back(low, high);
+        } while (cursor.consume(','));
+        if (DbcSignal* signal = findSignal(rawId, name)) {
+            signal->multiplexerName = multiplexer;
+            signal->muxRanges = std::move(ranges);
+        }
+    }
+
     const std::string& text_;
     const std::string& fileName_;
     DbcDatabase& db_;
@@ -392,6 +535,10 @@ private:
     int line_ = 1;
     bool skippingNamespace_ = false;
     bool skippingMessage_ = false;
+    bool warnedExtended_ = false;
+    bool warnedEncoding_ = false;
+    bool protocolJ1939_ = false;
+    std::string defaultFormat_;
     DbcMessage* current_ = nullptr;
     std::map<uint64_t, size_t> byId_;
     std::vector<std::string> frameFormats_;

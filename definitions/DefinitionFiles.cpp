@@ -3,6 +3,8 @@
 #include "definitions/DbcDefinitions.h"
 #include "definitions/JsonDefinitions.h"
 
+#include <cctype>
+
 namespace rksignal {
 
 namespace {
@@ -24,9 +26,16 @@ const DefinitionFormat formats[] = {
      }},
 };
 
+// Case-insensitive: files written on Windows are often named "X.DBC".
 bool endsWith(const std::string& text, const std::string& suffix)
 {
-    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+    if (text.size() < suffix.size())
+        return false;
+    const size_t start = text.size() - suffix.size();
+    for (size_t i = 0; i < suffix.size(); ++i)
+        if (std::tolower(static_cast<unsigned char>(text[start + i])) != suffix[i])
+            return false;
+    return true;
 }
 
 const DefinitionFormat* formatOf(const std::string& path)

@@ -35,6 +35,8 @@ void DefinitionSet::append(DefinitionSet&& other)
     moveAppend(keyboard, other.keyboard);
     moveAppend(loggerStatus, other.loggerStatus);
     moveAppend(gps, other.gps);
+    moveAppend(canBranches, other.canBranches);
+    moveAppend(j1939, other.j1939);
 }
 
 size_t DefinitionSet::size() const

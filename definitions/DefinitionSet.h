@@ -15,6 +15,23 @@
 
 namespace rksignal {
 
+// How the tool selects a multiplexed CAN signal: by the raw value of the
+// multiplexer instance of its frame, within one of the ranges. A multiplexed
+// signal without such a record is selected by its frame's first multiplexer
+// taking its `mux` value.
+struct CanBranch {
+    std::string instance;
+    std::string multiplexer;
+    std::vector<std::pair<uint64_t, uint64_t>> ranges;
+};
+
+// A frame of the J1939 protocol: matched by its parameter group number,
+// whatever the priority and source address of the received identifier.
+struct J1939Frame {
+    uint8_t channel;
+    uint32_t msgId; // 29-bit identifier as the definition gives it
+};
+
 struct DefinitionSet {
     std::vector<canSignalDef_t> can;
     std::vector<linSignalDef_t> lin;
@@ -25,6 +42,9 @@ struct DefinitionSet {
     std::vector<inputSignalDef_t> keyboard;
     std::vector<inputSignalDef_t> loggerStatus;
     std::vector<inputSignalDef_t> gps;
+    // What the tool needs beyond the library's records.
+    std::vector<CanBranch> canBranches;
+    std::vector<J1939Frame> j1939;
 
     // Appends every list of `other` to this set's lists.
     void append(DefinitionSet&& other);

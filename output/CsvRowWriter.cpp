@@ -7,7 +7,19 @@ std::unique_ptr<RowWriter> CsvRowWriter::create(OutputBuffer& out, size_t)
     return std::make_unique<CsvRowWriter>(out);
 }
 
-void CsvRowWriter::begin() { out_.append("time,instance,value,unit,description\n"); }
+void CsvRowWriter::begin()
+{
+    out_.append(sources ? "time,instance,value,unit,description,source\n" : "time,instance,value,unit,description\n");
+}
+
+void CsvRowWriter::sourceField(int source)
+{
+    if (!sources)
+        return;
+    out_.append(',');
+    if (source >= 0)
+        out_.appendUnsigned(unsigned(source));
+}
 
 namespace {
 
@@ -49,6 +61,7 @@ void CsvRowWriter::signalRow(const SignalRow& row)
     field(row.unit);
     out_.append(',');
     field(row.description);
+    sourceField(row.source);
     out_.append('\n');
 }
 
@@ -59,6 +72,7 @@ void CsvRowWriter::markerRow(uint64_t time, std::string_view marker, std::string
     out_.append(marker);
     out_.append(",,,");
     field(text);
+    sourceField(-1);
     out_.append('\n');
 }
 

@@ -28,6 +28,7 @@ public:
 
 private:
     void field(std::string_view text) { field(out_, text); }
+    void sourceField(int source);
     void markerRow(uint64_t time, std::string_view marker, std::string_view text);
 
     OutputBuffer& out_;

@@ -50,6 +50,10 @@ void JsonlRowWriter::signalRow(const SignalRow& row)
     string(row.unit);
     out_.append(",\"description\":");
     string(row.description);
+    if (row.source >= 0) {
+        out_.append(",\"source\":");
+        out_.appendUnsigned(unsigned(row.source));
+    }
     out_.append("}\n");
 }
 

@@ -20,6 +20,10 @@ public:
     virtual void timeoutRow(uint64_t time, std::string_view instance) = 0;
     virtual bool finish() = 0;
 
+    // Set before begin() when rows may carry a J1939 source address: the
+    // formats that have columns add a "source" column then.
+    bool sources = false;
+
     // The row of its kind.
     void write(const DecodedRow& row)
     {

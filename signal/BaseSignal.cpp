@@ -9,6 +9,7 @@
 
 int BaseSignal::debug = 0;
 bool BaseSignal::detachOnly = false;
+bool BaseSignal::onlyReceivedBits = false;
 unsigned long BaseSignal::instanceCounter = 0;
 SignalStorage BaseSignal::defSignalStorage;
 

@@ -97,6 +97,23 @@ public:
 
     static int debug;
     static bool detachOnly;
+    // false (the default): a CAN or LIN frame shorter than a signal's field
+    // still writes the signal, its missing bytes read as zeros. true: the
+    // classic CAN and LIN decoders skip (neither write nor report) a signal
+    // whose bits lie beyond the bytes received, as CAN FD byte ranges are.
+    static bool onlyReceivedBits;
+    // The number of leading payload bytes the field needs (its byte of
+    // highest index, plus one), beyond the first eight too.
+    unsigned fieldBytes() const
+    {
+        if (def.bits == 0)
+            return 0;
+        if (!def.endian)
+            return (unsigned(def.startbit) + def.bits - 1u) / 8u + 1u;
+        // Big endian: the least significant bit lies in the byte of highest index.
+        const unsigned msb = (def.startbit & ~7u) + 7u - (def.startbit & 7u);
+        return (msb + def.bits - 1u) / 8u + 1u;
+    }
     static unsigned long instanceCounter;
     static SignalStorage defSignalStorage;
 

@@ -47,6 +47,7 @@ void ColumnBuilder::reserve(size_t rows)
     instances_.reserve(rows);
     units_.reserve(rows);
     descriptions_.reserve(rows);
+    sources_.reserve(rows);
 }
 
 // Trigger and time-out rows read as the tool's CSV shows them: the marker
@@ -54,6 +55,7 @@ void ColumnBuilder::reserve(size_t rows)
 void ColumnBuilder::add(const DecodedRow& row)
 {
     times_.push_back(nanoseconds(row.time));
+    sources_.push_back(int16_t(row.source));
     if (row.kind == DecodedRow::Signal) {
         values_.push_back(row.value);
         instances_.push_back(instanceCodes_.code(row.instance));
@@ -68,9 +70,12 @@ void ColumnBuilder::add(const DecodedRow& row)
     descriptions_.push_back(descriptionCodes_.code(trigger ? row.expression : row.instance));
 }
 
-py::dict ColumnBuilder::take()
+py::dict ColumnBuilder::take(bool withSources)
 {
     py::dict columns;
+    if (withSources)
+        columns["source"] = ownedArray(sources_);
+    sources_.clear();
     columns["time"] = ownedArray(times_);
     columns["value"] = ownedArray(values_);
     columns["instance"] = ownedArray(instances_);

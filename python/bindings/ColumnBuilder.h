@@ -47,13 +47,15 @@ public:
     void add(const DecodedRow& row);
     size_t size() const { return times_.size(); }
     // The columns so far as a dict of arrays ("time", "value", "instance",
-    // "unit", "description" codes and their "*_categories"); starts empty again.
-    pybind11::dict take();
+    // "unit", "description" codes and their "*_categories", and "source" when
+    // `withSources`); starts empty again.
+    pybind11::dict take(bool withSources);
 
 private:
     std::vector<int64_t> times_;
     std::vector<double> values_;
     std::vector<int32_t> instances_, units_, descriptions_;
+    std::vector<int16_t> sources_; // J1939 source address, -1 for other rows
     TextCodes instanceCodes_, unitCodes_, descriptionCodes_;
 };
 

@@ -84,7 +84,7 @@ py::dict DecodeRun::read(size_t maxRows)
     }
     if (ended)
         failOnReadErrors();
-    return columns_.take();
+    return columns_.take(run.hasSources());
 }
 
 uint64_t DecodeRun::write(const std::string& path, const std::string& formatName)
@@ -102,6 +102,7 @@ uint64_t DecodeRun::write(const std::string& path, const std::string& formatName
         py::gil_scoped_release unlocked;
         OutputBuffer out(fd, 1 << 18);
         std::unique_ptr<RowWriter> writer = format->create(out, run.longestShownInstance());
+        writer->sources = run.hasSources();
         writer->begin();
         DecodedRow row;
         for (; run.next(row); ++rows)

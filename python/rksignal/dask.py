@@ -91,6 +91,8 @@ def read_output(path):
         frame["time"] = pd.to_datetime(frame["time"], format="%Y-%m-%d %H:%M:%S.%f", utc=True)
         # float() reads the tool's shortest texts back exactly.
         frame["value"] = [float(text) if text else float("nan") for text in frame["value"]]
+    # J1939 sender addresses where the definitions had J1939 messages, NaN elsewhere.
+    frame["source"] = pd.to_numeric(frame["source"], errors="coerce") if "source" in frame else float("nan")
     frame["recording"] = name
     return frame.astype(_meta().dtypes.to_dict())
 
@@ -102,6 +104,7 @@ def _meta():
         "value": pd.Series(dtype="float64"),
         "unit": pd.Series(dtype=object),
         "description": pd.Series(dtype=object),
+        "source": pd.Series(dtype="float64"),
         "recording": pd.Series(dtype=object),
     })
 
@@ -175,4 +178,6 @@ def _write(run, path, format):
         frame = _frame(run.read(0))
         for column in ("instance", "unit", "description"):
             frame[column] = frame[column].astype(str)
+        if "source" in frame:  # HDF5 tables take no nullable integers: NaN marks no source, as read from CSV
+            frame["source"] = frame["source"].astype("float64")
         frame.to_hdf(path, HDF_KEY, mode="w", format="table")

@@ -109,13 +109,19 @@ def _frame(columns):
     # Built from arrays only, so that pandas takes them as they are: the
     # nanoseconds viewed as datetime64 (the smallest int64 is NaT), the
     # codes as categoricals.
-    return pd.DataFrame({
+    frame = {
         "time": pd.DatetimeIndex(columns["time"].view("M8[ns]")).tz_localize("UTC"),
         "instance": categorical("instance"),
         "value": columns["value"],
         "unit": categorical("unit"),
         "description": categorical("description"),
-    })
+    }
+    # J1939 definitions loaded: the sender's address, missing (-1) for rows
+    # of other messages, as the CSV's source column.
+    if "source" in columns:
+        sources = columns["source"]
+        frame["source"] = pd.arrays.IntegerArray(sources.astype("int16"), sources < 0)
+    return pd.DataFrame(frame)
 
 
 def _definitions(definitions):

@@ -140,6 +140,13 @@ TEST(CANDecode, ClassicFrames)
     EXPECT_EQ(decoded(frame(0x100, 8), storage), (Ids{low.id, last.id}));
     EXPECT_EQ(rawOf(low), 0x0100u);
     EXPECT_EQ(decoded(frame(0x101, 8), storage), Ids{});
+    // Fields beyond the bytes received read zeros, unless the client asks
+    // for the bits received only.
+    EXPECT_EQ(decoded(frame(0x100, 2), storage), (Ids{low.id, last.id}));
+    BaseSignal::onlyReceivedBits = true;
+    EXPECT_EQ(decoded(frame(0x100, 2), storage), Ids{low.id});
+    EXPECT_EQ(decoded(frame(0x100, 1), storage), Ids{});
+    BaseSignal::onlyReceivedBits = false;
 
     // A classic definition on an FD frame (its identifier adds into the FD
     // flag) is written through the byte-array write with the frame's length

@@ -48,6 +48,10 @@ TEST(LINSignal, SixBitIdentifiersEmptyFramesAndTheUnknownFrameLine)
     EXPECT_EQ(ids, (std::vector<unsigned long>{first->id, second.id}));
     EXPECT_EQ(rawOf(second), 2u);
     EXPECT_EQ(second.slot->timestamp, 500u);
+    BaseSignal::onlyReceivedBits = true; // "second" reads byte 1, which a 1-byte frame lacks
+    EXPECT_TRUE(LINSignal::decodeMessage(linFrame(0xC5, 1), ids, 1, &storage));
+    EXPECT_EQ(ids, (std::vector<unsigned long>{first->id}));
+    BaseSignal::onlyReceivedBits = false;
 
     // No data bytes, or a count that wraps to 0 in 8 bits: nothing written.
     EXPECT_FALSE(LINSignal::decodeMessage(linFrame(0x3c, 0), ids, 1, &storage));

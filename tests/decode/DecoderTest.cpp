@@ -28,25 +28,26 @@ DecodeOptions exampleDrive()
 }
 
 // A row as the tool's CSV shows it: time, instance, value, unit, description
-// (TRIGGER rows: the expression as description).
+// (TRIGGER rows: the expression as description), J1939 source address.
 std::vector<std::string> fields(const DecodedRow& row)
 {
     std::ostringstream time;
     printTime(time, row.time);
     if (row.kind == DecodedRow::Trigger)
-        return {time.str(), "TRIGGER", "", "", std::string(row.expression)};
-    return {time.str(), std::string(row.instance), "", std::string(row.unit), std::string(row.description)};
+        return {time.str(), "TRIGGER", "", "", std::string(row.expression), ""};
+    return {time.str(),      std::string(row.instance),    "",
+            std::string(row.unit), std::string(row.description), row.source < 0 ? "" : std::to_string(row.source)};
 }
 
+// The example's descriptions and expressions hold no comma.
 std::vector<std::string> fields(const std::string& line)
 {
     std::vector<std::string> parts;
     std::istringstream in(line);
-    for (std::string part; parts.size() < 4 && std::getline(in, part, ',');)
+    for (std::string part; std::getline(in, part, ',');)
         parts.push_back(part);
-    std::string rest;
-    std::getline(in, rest);
-    parts.push_back(rest);
+    if (!line.empty() && line.back() == ',')
+        parts.emplace_back();
     return parts;
 }
 

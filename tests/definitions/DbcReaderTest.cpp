@@ -39,7 +39,7 @@ TEST(DbcReader, ReadsCommentsNegativeValuesValueTypesAndDropsTheIndependentSigna
     const std::vector<DbcSignal>& signals = db.messages[0].signals;
     ASSERT_EQ(signals.size(), 3u);
     EXPECT_EQ(signals[0].comment, "Crankshaft speed\nover two lines");
-    EXPECT_EQ(signals[1].values, (std::map<int64_t, std::string>{{-1, "sensor fault"}, {0, "cold"}}));
+    EXPECT_EQ(signals[1].values, (std::map<uint64_t, std::string>{{0, "cold"}, {~uint64_t(0), "sensor fault"}}));
     EXPECT_EQ(std::tie(signals[0].valueType, signals[2].valueType), std::make_tuple(0, 1));
 }
 

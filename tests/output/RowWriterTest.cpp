@@ -82,3 +82,29 @@ TEST(RowWriter, CsvQuotesLikeRfc4180WithShortestDoublesTableAndJsonLines)
                      "\"value\":null,\"unit\":\"\\u0001\",\"description\":\"x\\\\y\"}\n"
                      "{\"time\":\"1970-01-01 00:00:00.000001\",\"us\":1,\"trigger\":\"a<b\"}\n");
 }
+
+// J1939 rows carry the sender's source address; CSV gets a column for it
+// when the decoder says rows may have one, JSON lines a member on those rows.
+TEST(RowWriter, SourceAddressesOfJ1939Rows)
+{
+    const std::string csv = captured([](OutputBuffer& out) {
+        CsvRowWriter writer(out);
+        writer.sources = true;
+        writer.begin();
+        writer.signalRow({t0, "EEC1.Speed", 1, "rpm", "", 23});
+        writer.signalRow({t0, "Plain.Signal", 2, "", ""});
+        writer.timeoutRow(t0, "EEC1.Speed");
+        writer.finish();
+    });
+    EXPECT_EQ(csv, "time,instance,value,unit,description,source\n"
+                   "2025-11-21 22:50:00.123456,EEC1.Speed,1,rpm,,23\n"
+                   "2025-11-21 22:50:00.123456,Plain.Signal,2,,,\n"
+                   "2025-11-21 22:50:00.123456,TIMEOUT,,,EEC1.Speed,\n");
+    const std::string jsonl = captured([](OutputBuffer& out) {
+        JsonlRowWriter writer(out);
+        writer.signalRow({t0, "EEC1.Speed", 1, "rpm", "", 0});
+        writer.finish();
+    });
+    EXPECT_EQ(jsonl, "{\"time\":\"2025-11-21 22:50:00.123456\",\"us\":1763765400123456,\"instance\":\"EEC1.Speed\","
+                     "\"value\":1,\"unit\":\"rpm\",\"description\":\"\",\"source\":0}\n");
+}

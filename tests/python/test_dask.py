@@ -31,6 +31,7 @@ def rows_of(frame):
         "value": frame["value"].to_numpy(),
         "unit": frame["unit"].astype(str).to_numpy(),
         "description": frame["description"].astype(str).to_numpy(),
+        "source": frame["source"].astype("float64").to_numpy(),
     })
 
 

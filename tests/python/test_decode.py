@@ -21,6 +21,7 @@ def as_text(frame):
         "instance": frame["instance"].astype(str),
         "unit": frame["unit"].astype(str),
         "description": frame["description"].astype(str),
+        "source": frame["source"].astype(str).replace("<NA>", ""),
     })
 
 
@@ -28,7 +29,8 @@ def test_example_drive_equals_its_expected_output_whole_and_in_chunks(vehicle):
     expected = pd.read_csv(example("drive.expected.csv"), dtype=str, keep_default_na=False)
     frame = rksignal.decode(example("drive.log"), vehicle, triggers=DRIVE_TRIGGERS, edge=True)
 
-    assert list(frame.columns) == ["time", "instance", "value", "unit", "description"]
+    # The drive's cruise-control frame is J1939: its rows carry the sender's address.
+    assert list(frame.columns) == ["time", "instance", "value", "unit", "description", "source"]
     assert str(frame["time"].dtype) == "datetime64[ns, UTC]" and frame["value"].dtype == np.float64
     pd.testing.assert_frame_equal(as_text(frame), expected.drop(columns="value"))
     # Python's float() reads the CSV's shortest texts back exactly (pandas' own parser need not).

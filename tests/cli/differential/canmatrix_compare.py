@@ -11,7 +11,10 @@ Cases:
   random   a few hundred random signal layouts (both byte orders, signed and
            unsigned, 1..64 bits, factors and offsets, standard, extended and
            CAN FD frames) and random payloads;
-  j1939    canmatrix's own j1939.dbc (357 frames), random payloads.
+  j1939    canmatrix's own j1939.dbc (357 frames), random payloads, random
+           priorities, source and destination addresses, and the groups
+           longer than 8 bytes sent with the transport protocol (broadcast
+           and connection mode); rksignal's source column is checked too.
 """
 
 import contextlib
@@ -108,26 +111,10 @@ def canmatrix_decodes(frame):
         return False
 
 
-def short_names(dbc_path):
-    """Frame name -> the signal names as the DBC writes them, in order.
-    canmatrix replaces them by their SystemSignalLongSymbol attribute where
-    one is given; rksignal keeps the SG_ names."""
-    names, frame = {}, None
-    for line in open(dbc_path, encoding="utf-8", errors="replace"):
-        words = line.split()
-        if words[:1] == ["BO_"]:
-            frame = words[2].rstrip(":")
-            names[frame] = []
-        elif words[:1] == ["SG_"] and frame is not None:
-            names[frame].append(words[1])
-    return names
-
-
 def canmatrix_values(dbc_path, log_text):
     """(time text, instance) -> physical value, as canmatrix decodes them."""
-    db = canmatrix.formats.loadp_flat(dbc_path)
+    db = canmatrix.formats.loadp_flat(dbc_path, dbcImportEncoding="utf-8")
     by_id = {(f.arbitration_id.id, f.arbitration_id.extended): f for f in db.frames}
-    dbc_names = short_names(dbc_path)
     values = {}
     for line in log_text.splitlines():
         stamp, _, frame = line.split(" ")
@@ -139,18 +126,69 @@ def canmatrix_values(dbc_path, log_text):
         data = bytes.fromhex(data_text)
         time = stamp.strip("()")
         decoded = frame_def.decode(data)
-        for index, signal in enumerate(frame_def.signals):
+        for signal in frame_def.signals:
             # rksignal skips signals of more than 64 bits (text fields) and
             # keeps only the first of two signals of one name in a frame.
             if signal.name not in decoded or signal.size > 64:
                 continue
-            instance = (time, frame_def.name + "." + dbc_names[frame_def.name][index])
+            # Both take the names of the SystemSignalLongSymbol attributes.
+            instance = (time, frame_def.name + "." + signal.name)
             if instance not in values:
                 values[instance] = float(decoded[signal.name].phys_value)
     return values
 
 
-def rksignal_values(tool, dbc_path, log_path):
+def j1939_log(rng, db, count):
+    """Log lines of j1939.dbc's groups and what canmatrix decodes from them:
+    (time, instance) -> (value, source address)."""
+    singles = [f for f in db.frames if f.size <= 8 and canmatrix_decodes(f)]
+    longer = [f for f in db.frames if f.size > 8 and canmatrix_decodes(f)]
+    lines, expected = [], {}
+
+    def add(can_id, data, reassembled=None):
+        tick = len(lines)
+        time = "%d.%06d" % (1000 + tick // 1000, tick % 1000 * 1000)
+        lines.append("(%s) can0 %08X#%s" % (time, can_id, data.hex().upper()))
+        decoded_from = [(canmatrix.ArbitrationId(can_id, extended=True), data)]
+        if reassembled:
+            decoded_from.append(reassembled)
+        for arbitration, payload in decoded_from:
+            frame = db.frame_by_id(arbitration) or db.frame_by_pgn(arbitration.pgn)
+            if frame is None or frame.size != len(payload):
+                continue
+            for name, signal in frame.decode(payload).items():
+                if signal.signal.size <= 64:
+                    expected.setdefault((time, frame.name + "." + name), (float(signal.phys_value), can_id & 0xFF))
+
+    for _ in range(count):
+        frame = rng.choice(singles)
+        source, priority = rng.randrange(254), rng.randrange(8)
+        can_id = (frame.arbitration_id.id & 0x03FFFF00) | priority << 26 | source
+        if (can_id >> 16) & 0xFF < 240:  # PDU1: any destination
+            can_id = (can_id & ~0xFF00) | rng.randrange(256) << 8
+        add(can_id, bytes(rng.randrange(256) for _ in range(frame.size)))
+    for frame in longer * 3:
+        data = bytes(rng.randrange(256) for _ in range(frame.size))
+        pgn = frame.arbitration_id.pgn
+        packets = (frame.size + 6) // 7
+        source, destination = rng.randrange(254), rng.randrange(254)
+        broadcast = rng.random() < 0.5
+        to = 0xFF if broadcast else destination
+        announce = [0x20 if broadcast else 0x10, frame.size & 0xFF, frame.size >> 8, packets, 0xFF,
+                    pgn & 0xFF, (pgn >> 8) & 0xFF, pgn >> 16]
+        add(0x1CEC0000 | to << 8 | source, bytes(announce))
+        if not broadcast:  # clear to send all packets
+            add(0x1CEC0000 | source << 8 | destination, bytes([0x11, packets, 1, 0xFF, 0xFF] + announce[5:]))
+        padded = data + b"\xff" * (packets * 7 - len(data))
+        for n in range(packets):
+            payload = bytes([n + 1]) + padded[n * 7:n * 7 + 7]
+            last = n + 1 == packets
+            add(0x1CEB0000 | to << 8 | source, payload,
+                (canmatrix.ArbitrationId(frame.arbitration_id.id & ~0xFF | source, extended=True), data) if last else None)
+    return "\n".join(lines) + "\n", expected
+
+
+def rksignal_values(tool, dbc_path, log_path, with_source=False):
     out = subprocess.run([tool, "decode", "--defs", dbc_path, "--all", "--format", "csv", log_path],
                          check=True, capture_output=True, text=True).stdout
     values = {}
@@ -159,7 +197,7 @@ def rksignal_values(tool, dbc_path, log_path):
         hours, minutes, rest = seconds.split(":")
         total = int(hours) * 3600 + int(minutes) * 60 + float(rest)
         key = ("%d.%06d" % (int(total), round((total - int(total)) * 1e6)), row["instance"])
-        values[key] = float(row["value"])
+        values[key] = (float(row["value"]), int(row["source"])) if with_source else float(row["value"])
     return values
 
 
@@ -170,6 +208,10 @@ def compare(case, ours, theirs):
             problems.append("%s: %s decoded by %s only" % (case, key, "rksignal" if key in ours else "canmatrix"))
             continue
         a, b = ours[key], theirs[key]
+        if isinstance(a, tuple):  # (value, J1939 source address)
+            if a[1] != b[1]:
+                problems.append("%s: %s source rksignal %r, canmatrix frame %r" % (case, key, a[1], b[1]))
+            a, b = a[0], b[0]
         if abs(a - b) > 1e-9 * max(1.0, abs(a), abs(b)):
             problems.append("%s: %s rksignal %r, canmatrix %r" % (case, key, a, b))
     for problem in problems[:20]:
@@ -193,16 +235,11 @@ def main():
     ok &= compare("random", rksignal_values(tool, dbc_path, log_path), canmatrix_values(dbc_path, log_text))
 
     j1939 = os.path.join(os.path.dirname(canmatrix.__file__), "j1939.dbc")
-    db = canmatrix.formats.loadp_flat(j1939)
-    # Classic frames carry at most 8 bytes: the few longer (multi-packet)
-    # messages of the database cannot appear in a candump log of classic CAN.
-    j_frames = [(f.arbitration_id.id, f.arbitration_id.extended, False, f.size) for f in db.frames
-                if f.size <= 8 and canmatrix_decodes(f)]
-    log_text = random_log(rng, j_frames, 3000)
+    db = canmatrix.formats.loadp_flat(j1939, dbcImportEncoding="utf-8")
+    log_text, expected = j1939_log(rng, db, 3000)
     log_path = os.path.join(workdir, "j1939.log")
     open(log_path, "w").write(log_text)
-    print("j1939: %d frames in the DBC, %d of them classic and decodable by canmatrix" % (len(db.frames), len(j_frames)))
-    ok &= compare("j1939", rksignal_values(tool, j1939, log_path), canmatrix_values(j1939, log_text))
+    ok &= compare("j1939", rksignal_values(tool, j1939, log_path, with_source=True), expected)
     return 0 if ok else 1
 
 
