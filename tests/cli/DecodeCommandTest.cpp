@@ -136,13 +136,15 @@ TEST(DecodeCommand, BadLinesOfEveryRecordingShareTheCountAndTheFirstTen)
               std::string::npos);
 }
 
-// A recording with a gap, a short frame and an unknown identifier: the
-// quality report counts each, lists the signal never written, and leaves the
+// A recording with a gap, a short frame, an unknown identifier and a
+// multiplexer value without a branch: the quality report counts each, lists the signal never written, and leaves the
 // summary line as the last line.
 TEST(DecodeCommand, StatsCountGapsShortFramesAndUnknownIdentifiers)
 {
     const std::string defs =
-        writeTestFile("stats.dbc", std::string(dbc) + "BO_ 512 Other: 1 X\n SG_ O : 0|8@1+ (1,0) [0|0] \"\" X\n");
+        writeTestFile("stats.dbc", std::string(dbc) + "BO_ 512 Other: 1 X\n SG_ O : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                                      "BO_ 768 Mux: 2 X\n SG_ M M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                                      " SG_ A m1 : 8|8@1+ (1,0) [0|0] \"\" X\n");
     const std::string log = writeTestFile("stats.log", "(1.000000) can0 100#1400000000000000\n"
                                                        "(1.050000) can0 7FF#00\n"
                                                        "(1.100000) can0 100#1400000000000000\n"
@@ -150,14 +152,16 @@ TEST(DecodeCommand, StatsCountGapsShortFramesAndUnknownIdentifiers)
                                                        "(1.500000) can0 7FF#00\n"
                                                        "(1.550000) can0 7FF#00\n"
                                                        "(2.000000) can0 100#2800010000000000\n"
-                                                       "(2.100000) can0 100#01\n");
+                                                       "(2.100000) can0 100#01\n"
+                                                       "(2.200000) can0 300#0105\n"   // branch 1: A
+                                                       "(2.300000) can0 300#0207\n"); // no branch 2
     const std::string json = testing::TempDir() + "rksignal_stats_" + std::to_string(getpid()) + ".json";
     ToolResult result = runTool("decode --defs " + defs + " --format none --stats=" + json + " " + log + " 2>&1");
     EXPECT_EQ(result.status, 0);
     std::ifstream in(json);
     const nlohmann::json report = nlohmann::json::parse(in, nullptr, false);
     ASSERT_TRUE(report.is_object()) << result.output;
-    ASSERT_EQ(report["identifiers"].size(), 2u);
+    ASSERT_EQ(report["identifiers"].size(), 3u);
     const nlohmann::json& speed = report["identifiers"][0];
     EXPECT_EQ(speed["id"], "100");
     EXPECT_EQ(speed["frames"], 5);
@@ -170,7 +174,9 @@ TEST(DecodeCommand, StatsCountGapsShortFramesAndUnknownIdentifiers)
     EXPECT_EQ(unknown["known"], false);
     EXPECT_DOUBLE_EQ(unknown["largestGap"].get<double>(), 0.45);
     EXPECT_EQ(report["unknownFrames"], 3);
-    ASSERT_EQ(report["signals"].size(), 2u);
+    EXPECT_EQ(report["identifiers"][2]["muxWithoutBranch"], 1);
+    EXPECT_EQ(speed["muxWithoutBranch"], 0);
+    ASSERT_EQ(report["signals"].size(), 4u);
     const nlohmann::json& value = report["signals"][0];
     EXPECT_EQ(value["instance"], "Speed.Value");
     EXPECT_EQ(value["writes"], 4); // the short frame did not bring its bits
@@ -183,6 +189,6 @@ TEST(DecodeCommand, StatsCountGapsShortFramesAndUnknownIdentifiers)
 
     ToolResult table = runTool("decode --defs " + defs + " --format none --stats " + log + " 2>&1");
     EXPECT_NE(table.output.find("CAN 1 7FF                       3"), std::string::npos) << table.output;
-    EXPECT_NE(table.output.find("never written: Other.O\nrksignal: 8 frames read"), std::string::npos)
+    EXPECT_NE(table.output.find("never written: Other.O\nrksignal: 10 frames read"), std::string::npos)
         << table.output;
 }
