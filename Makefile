@@ -21,7 +21,7 @@ SAN_ENV  := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1 \
 FUZZ_SANITIZE := -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
 FUZZ_ENGINE   := -fsanitize=fuzzer
 
-.PHONY: all bootstrap build test check bench fuzz demo demo-recordings demo-live demo-plot install clean
+.PHONY: all bootstrap build test check bench fuzz demo demo-cut demo-recordings demo-live demo-plot install clean
 
 all: build
 
@@ -70,7 +70,17 @@ demo: build
 	@echo "== rksignal decode: a short drive of the example vehicle (examples/drive.log, examples/vehicle.dbc)"
 	$(BUILD)/cli/rksignal decode --defs examples/vehicle.dbc --format table $(DEMO_SIGNALS) \
 	  $(DEMO_TRIGGERS) examples/drive.log
-	@$(MAKE) --no-print-directory demo-recordings demo-live demo-plot
+	@$(MAKE) --no-print-directory demo-cut demo-recordings demo-live demo-plot
+
+# The seconds around each opening of the front left door while unlocked,
+# as candump logs of their own with an index, and the drive's quality report.
+demo-cut:
+	@echo "== rksignal cut: 2 s before to 1 s after each door opening, into $(BUILD)/doors"
+	$(BUILD)/cli/rksignal cut --defs examples/vehicle.dbc --trigger 'Doors.DoorFL == 1 && Doors.Locked == 0' \
+	  --edge --pre 2s --post 1s examples/drive.log -o $(BUILD)/doors
+	cat $(BUILD)/doors/windows.csv
+	@echo "== rksignal decode --stats: frames, rates and gaps per identifier, values per signal"
+	$(BUILD)/cli/rksignal decode --defs examples/vehicle.dbc --format none --stats examples/drive.log
 
 # The same drive as a capture (Ethernet, CAN, FlexRay and LIN), an NMEA log
 # and trace lines of the logger's inputs, decoded together in time order.
