@@ -38,7 +38,7 @@ measure() {
 
 read -r decode_s decode_kb < <(measure sh -c "$tool decode --defs $work/bench.dbc --format none $work/big.log 2>/dev/null")
 rm -rf "$work/windows"
-read -r cut_s cut_kb < <(measure sh -c "$tool cut --defs $work/bench.dbc --trigger 'Frame0.Signal0 == 7' --edge \
+read -r cut_s cut_kb < <(measure sh -c "$tool cut --defs $work/bench.dbc --trigger 'Frame0.Signal0 > 84' --edge \
   --pre 10s --post 2s $work/big.log -o $work/windows 2>/dev/null")
 windows=$(($(wc -l < "$work/windows/windows.csv") - 1))
 

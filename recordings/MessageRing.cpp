@@ -1,5 +1,6 @@
 #include "recordings/MessageRing.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace rksignal {
@@ -53,25 +54,31 @@ void MessageRing::push(const RecordedMessage& message)
 {
     if (count_ == slots_.size())
         grow();
-    copyMessage(message, slots_[(first_ + count_) % slots_.size()]);
+    copyMessage(message, *slots_[(first_ + count_) % slots_.size()]);
     ++count_;
 }
 
 void MessageRing::dropBefore(uint64_t time)
 {
-    while (count_ > 0 && slots_[first_].timestamp() < time) {
+    while (count_ > 0 && slots_[first_]->timestamp() < time) {
         first_ = (first_ + 1) % slots_.size();
         --count_;
     }
 }
 
-// Doubles the slots, the messages in order from slot 0.
+// Adds a block of slots after the messages held (the ring is full), the
+// messages in order from slot 0.
 void MessageRing::grow()
 {
-    std::vector<RecordedMessage> larger(slots_.empty() ? 64 : 2 * slots_.size());
+    const size_t added = std::max<size_t>(64, slots_.size() / 8);
+    blocks_.push_back(std::make_unique<RecordedMessage[]>(added));
+    std::vector<RecordedMessage*> slots;
+    slots.reserve(slots_.size() + added);
     for (size_t index = 0; index < count_; ++index)
-        larger[index] = std::move(slots_[(first_ + index) % slots_.size()]);
-    slots_ = std::move(larger);
+        slots.push_back(slots_[(first_ + index) % slots_.size()]);
+    for (size_t index = 0; index < added; ++index)
+        slots.push_back(&blocks_.back()[index]);
+    slots_ = std::move(slots);
     first_ = 0;
 }
 

@@ -3,6 +3,10 @@
 // the most messages it must hold at once, keeping one more allocates
 // nothing (the slots' byte vectors keep their capacity).
 //
+// A message slot is large (it has room for every kind), so the ring grows
+// by blocks of slots that never move, an eighth of its size at a time: it
+// never holds much more than it needs, even while growing.
+//
 // Not thread-safe; one per reader of it.
 #pragma once
 
@@ -10,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace rksignal {
@@ -26,12 +31,13 @@ public:
     // The slots held, however many are in use: the ring's memory.
     size_t capacity() const { return slots_.size(); }
     // Message `index`, 0 the oldest.
-    const RecordedMessage& at(size_t index) const { return slots_[(first_ + index) % slots_.size()]; }
+    const RecordedMessage& at(size_t index) const { return *slots_[(first_ + index) % slots_.size()]; }
 
 private:
     void grow();
 
-    std::vector<RecordedMessage> slots_;
+    std::vector<std::unique_ptr<RecordedMessage[]>> blocks_;
+    std::vector<RecordedMessage*> slots_; // into the blocks, in ring order
     size_t first_ = 0;
     size_t count_ = 0;
 };
