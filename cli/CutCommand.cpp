@@ -65,11 +65,11 @@ CLI::App& CutCommand::add(CLI::App& app)
     cut->add_option("--pre", pre_, "Recording time kept before a firing, e.g. 500ms, 5s, 2min")
         ->required()
         ->type_name("DURATION")
-        ->check(Duration::check, "DURATION");
+        ->check(CLI::Validator(Duration::check, ""));
     cut->add_option("--post", post_, "Recording time written after a firing, e.g. 2s")
         ->required()
         ->type_name("DURATION")
-        ->check(Duration::check, "DURATION");
+        ->check(CLI::Validator(Duration::check, ""));
     cut->add_option("recordings", options_.recordings, "Recordings of any readable format; - for standard input")
         ->required()
         ->type_name("RECORDING");

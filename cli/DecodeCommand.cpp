@@ -112,7 +112,9 @@ CLI::App& DecodeCommand::add(CLI::App& app)
     decode->add_flag("--zero-fill", options_.zeroFillShortFrames,
                      "Decode signals whose bits a short CAN or LIN frame did not bring, with zeros for them "
                      "(default: no value, counted as short frames)");
-    decode->add_flag("--stats{-}", statsFile_,
+    // A flag, so that "--stats drive.log" leaves the recording alone; a bare
+    // --stats gives the flag's own value, "true".
+    decode->add_flag("--stats", statsFile_,
                      "After decoding, a quality report per identifier and signal: a table on standard error, "
                      "or with --stats=FILE JSON into FILE");
     decode->add_option("--timeout", options_.timeoutMs,
@@ -184,7 +186,8 @@ int DecodeCommand::run()
         return 2;
     }
     std::ofstream statsJson;
-    if (options.stats && statsFile_ != "-" && (statsJson.open(statsFile_), !statsJson)) {
+    const bool statsTable = statsFile_ == "true";
+    if (options.stats && !statsTable && (statsJson.open(statsFile_), !statsJson)) {
         ToolMessages::error("--stats=" + statsFile_ + ": cannot be written");
         return 2;
     }
@@ -199,7 +202,7 @@ int DecodeCommand::run()
     if (writer && !writer->finish())
         ToolMessages::error("writing the output failed");
     if (const DecodeStats* stats = decoder.stats()) {
-        if (statsFile_ == "-")
+        if (statsTable)
             StatsReport::writeTable(std::cerr, *stats);
         else
             StatsReport::writeJson(statsJson, *stats);

@@ -31,7 +31,7 @@ private:
     DecodeOptions options_;
     std::vector<std::string> definitionFiles_; // .dbc[@channel] or .json
     std::string format_;                       // a name of OutputFormats; empty: by terminal
-    std::string statsFile_;                    // --stats: "-" a table, else a JSON file; empty: none
+    std::string statsFile_;                    // --stats: "true" a table, else a JSON file; empty: none
     // A speed given implies realtime; realtime alone is speed 1.
     bool realtime_ = false;
     double speed_ = 0;
