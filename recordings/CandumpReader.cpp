@@ -73,6 +73,13 @@ std::unique_ptr<RecordingReader> CandumpReader::open(const std::string& path, co
     return LineRecording::opened(std::make_unique<LineRecording>(path, setup.candump, setup.report), error);
 }
 
+bool CandumpReader::looksLikeLog(const unsigned char* head, size_t size)
+{
+    LineScan scan(std::string_view(reinterpret_cast<const char*>(head), size));
+    uint64_t micros = 0;
+    return scan.timestamp(micros) && !scan.word().empty();
+}
+
 void CandumpReader::mapInterface(const std::string& name, uint8_t channel)
 {
     for (auto& entry : interfaces_)
