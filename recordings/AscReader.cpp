@@ -76,12 +76,17 @@ LineParser::Result AscReader::parseLine(std::string_view line, RecordedMessage& 
     if (!LogText::parseFixed(first, 6, offset))
         return header(first, words.rest());
     message.kind = RecordedMessage::Can;
+    fdFlags_ = 0;
     CANExtTraceMessage& frame = message.can;
     frame.timestamp = (relative_ ? previous_ : start_) + offset;
     previous_ = frame.timestamp;
     const std::string_view second = words.next();
-    if (second == "CANFD")
-        return fdFrame(words, frame, reason);
+    if (second == "CANFD") {
+        const Result result = fdFrame(words, frame, reason);
+        message.canFdFlags = fdFlags_;
+        return result;
+    }
+    message.canFdFlags = 0;
     if (second.empty() || !std::isdigit(static_cast<unsigned char>(second[0])))
         return Skipped; // events, statistics, chip states
     if (!channel(second, frame))
@@ -143,6 +148,7 @@ LineParser::Result AscReader::fdFrame(LogText::Words& words, CANExtTraceMessage&
     if (!bytes(words, unsigned(length), frame))
         return bad(reason, "expected as many data bytes as the data length gives");
     frame.frameFormat += 2;
+    fdFlags_ = uint8_t((brs == "1" ? 1 : 0) | (esi == "1" ? 2 : 0));
     return Message;
 }
 

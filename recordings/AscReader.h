@@ -59,6 +59,7 @@ private:
     uint64_t start_ = 0;
     uint64_t previous_ = 0;
     SkippedFrames skipped_;
+    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal

@@ -293,6 +293,7 @@ BlfReader::Result BlfReader::can(const unsigned char* body, size_t size, uint64_
         ++skipped_.remote;
         return Skipped;
     }
+    message_.canFdFlags = 0;
     return canFrame(le16(body), le32(body + 4), false, body + 8, std::min<size_t>(body[3], 8), timestamp);
 }
 
@@ -307,6 +308,7 @@ BlfReader::Result BlfReader::canFd(const unsigned char* body, size_t size, uint6
         return Skipped;
     }
     const size_t length = std::min<size_t>({body[14], 64, size - 20});
+    message_.canFdFlags = uint8_t((body[13] >> 1) & 0x3);
     return canFrame(le16(body), le32(body + 4), body[13] & 0x01, body + 20, length, timestamp);
 }
 
@@ -324,6 +326,7 @@ BlfReader::Result BlfReader::canFd64(const unsigned char* body, size_t size, uin
         return Skipped;
     }
     const size_t length = std::min<size_t>({body[2], 64, size - fieldBytes});
+    message_.canFdFlags = uint8_t((flags >> 13) & 0x3);
     return canFrame(body[0], le32(body + 4), flags & 0x1000, body + fieldBytes, length, timestamp);
 }
 

@@ -139,11 +139,13 @@ CandumpReader::Result CandumpReader::parseLine(std::string_view line, CANExtTrac
     if (!data.empty() && (data[0] == 'R' || data[0] == 'r'))
         return Skipped; // remote frame: no data to decode
     const bool fd = !data.empty() && data[0] == '#';
+    fdFlags_ = 0;
     if (fd) {
         if (data.size() < 2 || TextCursor::hexDigit(data[1]) < 0) {
             reason = "expected a flags digit after \"##\"";
             return Bad;
         }
+        fdFlags_ = uint8_t(TextCursor::hexDigit(data[1]) & 0x3);
         data.remove_prefix(2);
     }
     if (!parseData(data, frame.payload, fd ? 64 : 8, frame.length)) {
@@ -163,6 +165,7 @@ LineParser::Result CandumpReader::parseLine(std::string_view line, RecordedMessa
     message.kind = RecordedMessage::Can;
     switch (parseLine(line, message.can, reason)) {
     case Frame:
+        message.canFdFlags = fdFlags_;
         return LineParser::Message;
     case Skipped:
         return LineParser::Skipped;

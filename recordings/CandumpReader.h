@@ -52,6 +52,7 @@ private:
 
     std::vector<std::pair<std::string, uint8_t>> interfaces_;
     std::vector<bool> used_ = std::vector<bool>(256, false);
+    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal

@@ -63,10 +63,15 @@ void TrcReader::header(std::string_view line)
     } else if (startsWith(line, ";$COLUMNS=")) {
         setColumns(line.substr(10));
     } else if (startsWith(line, ";$STARTTIME=")) {
-        uint64_t tenBillionthDays = 0; // days with ten decimals
-        if (LogText::parseFixed(line.substr(12), 10, tenBillionthDays) &&
-            tenBillionthDays >= daysBefore1970 * 10000000000u && tenBillionthDays < 2958465ull * 10000000000u)
-            start_ = (tenBillionthDays - daysBefore1970 * 10000000000u) * 864u / 100u; // 86400e6 µs / 1e10
+        // Days with twelve decimals: 10^-12 days is well below a microsecond.
+        constexpr uint64_t unitsPerDay = 1000000000000u;
+        uint64_t units = 0;
+        if (LogText::parseFixed(line.substr(12), 12, units) && units >= daysBefore1970 * unitsPerDay &&
+            units < 2958465u * unitsPerDay) {
+            units -= daysBefore1970 * unitsPerDay;
+            // 86400e6 µs a day: units * 864 / 10^4, without overflow.
+            start_ = units / 10000u * 864u + units % 10000u * 864u / 10000u;
+        }
     }
 }
 
@@ -94,7 +99,9 @@ LineParser::Result TrcReader::parseLine(std::string_view line, RecordedMessage& 
         return Skipped;
     }
     message.kind = RecordedMessage::Can;
-    return frame(line, message.can, reason);
+    const Result result = frame(line, message.can, reason);
+    message.canFdFlags = fdFlags_;
+    return result;
 }
 
 LineParser::Result TrcReader::frame(std::string_view line, CANExtTraceMessage& frame, const char*& reason)
@@ -102,6 +109,7 @@ LineParser::Result TrcReader::frame(std::string_view line, CANExtTraceMessage& f
     const bool hasType = std::strchr(columns_, 'T') != nullptr;
     LogText::Words words(line);
     Kind kind = Classic;
+    fdFlags_ = 0;
     uint64_t offset = 0, bus = 1, id = 0, dlc = 0, length = 0;
     bool haveLength = false, extended = false;
     std::string_view data;
@@ -113,6 +121,7 @@ LineParser::Result TrcReader::frame(std::string_view line, CANExtTraceMessage& f
                 return bad(reason, "expected a time offset in milliseconds");
             break;
         case 'T':
+            fdFlags_ = uint8_t((word == "FB" || word == "BI" ? 1 : 0) | (word == "FE" || word == "BI" ? 2 : 0));
             kind = kindOf(word);
             if (kind == None)
                 return Skipped;

@@ -52,6 +52,7 @@ private:
     char columns_[16] = "NOILD";
     uint64_t start_ = 0;
     SkippedFrames skipped_;
+    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal
