@@ -275,6 +275,21 @@ size_t ByteStream::readFull(void* out, size_t size)
 
 size_t ByteStream::readRaw(unsigned char* out, size_t size)
 {
+    // Large reads of an uncompressed file go straight into the caller's
+    // buffer, without a copy through ours.
+    while (begin_ == end_ && !eof_ && size >= input_.size()) {
+        const ssize_t got = ::read(fd_, out, size);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            error_ = std::strerror(errno);
+        if (got <= 0) {
+            eof_ = true;
+            return 0;
+        }
+        consumed_ += uint64_t(got);
+        return size_t(got);
+    }
     if (begin_ == end_ && !refill())
         return 0;
     const size_t taken = std::min(size, end_ - begin_);
