@@ -3,12 +3,10 @@
 // kind.
 #include "FuzzInput.h"
 #include "FuzzSession.h"
+#include "MemoryFile.h"
 #include "ToolSignals.h"
 
 #include "recordings/BlfReader.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <sstream>
 #include <string>
@@ -24,13 +22,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const fuzz::Session session(in.byte());
     const std::string bytes = in.rest();
 
-    const int fd = memfd_create("fuzz.blf", MFD_CLOEXEC);
-    fuzz::require(fd >= 0, "a memory file can be made");
-    fuzz::require(write(fd, bytes.data(), bytes.size()) == ssize_t(bytes.size()), "the file is written");
+    const fuzz::MemoryFile file(bytes);
     {
         std::ostringstream messages;
         RecordingReport report(messages);
-        BlfReader reader("/proc/self/fd/" + std::to_string(fd), 1, report);
+        BlfReader reader(file.path(), 1, report);
         std::vector<unsigned long> ids;
         ids.reserve(64);
         for (int n = 0; n < 4096 && reader.isOpen() && reader.next(); ++n) {
@@ -41,6 +37,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                                  &signals.storage());
         }
     }
-    close(fd);
     return 0;
 }

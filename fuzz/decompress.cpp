@@ -3,12 +3,10 @@
 // the end or to the first error.
 #include "FuzzInput.h"
 #include "FuzzSession.h"
+#include "MemoryFile.h"
 
 #include "recordings/ByteStream.h"
 #include "recordings/RecordingFormats.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -21,10 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const fuzz::Session session(in.byte());
     const std::string bytes = in.rest();
 
-    const int fd = memfd_create("fuzz.compressed", MFD_CLOEXEC);
-    fuzz::require(fd >= 0, "a memory file can be made");
-    fuzz::require(write(fd, bytes.data(), bytes.size()) == ssize_t(bytes.size()), "the file is written");
-    const std::string path = "/proc/self/fd/" + std::to_string(fd);
+    const fuzz::MemoryFile file(bytes);
+    const std::string path = file.path();
     {
         ByteStream stream(path);
         std::vector<unsigned char> block(4096);
@@ -36,6 +32,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                       "uncompressed bytes come through unchanged in length");
         RecordingFormats::of(path);
     }
-    close(fd);
     return 0;
 }

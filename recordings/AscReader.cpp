@@ -1,7 +1,5 @@
 #include "recordings/AscReader.h"
 
-#include "recordings/LineRecording.h"
-
 #include <cctype>
 #include <cstring>
 
@@ -21,18 +19,7 @@ bool is(std::string_view word, const char* keyword)
 
 bool isDirection(std::string_view word) { return word == "Rx" || word == "Tx"; }
 
-LineParser::Result bad(const char*& reason, const char* text)
-{
-    reason = text;
-    return LineParser::Bad;
-}
-
 } // namespace
-
-AscReader::AscReader(uint8_t fileChannel, RecordingReport* report, std::string path)
-    : fileChannel_(fileChannel == 0 ? 1 : fileChannel), report_(report), path_(std::move(path))
-{
-}
 
 bool AscReader::hasMagic(const unsigned char* head, size_t size)
 {
@@ -41,15 +28,6 @@ bool AscReader::hasMagic(const unsigned char* head, size_t size)
     const std::string_view first = words.next();
     const std::string_view base = words.next();
     return is(first, "date") || (is(first, "base") && (is(base, "hex") || is(base, "dec")));
-}
-
-std::unique_ptr<RecordingReader> AscReader::open(const std::string& path, const RecordingSetup& setup,
-                                                 std::string& error)
-{
-    return LineRecording::opened(
-        std::make_unique<LineRecording>(path, std::make_unique<AscReader>(setup.channel, &setup.report, path),
-                                        setup.report),
-        error);
 }
 
 LineParser::Result AscReader::header(std::string_view keyword, std::string_view rest)
@@ -155,10 +133,7 @@ LineParser::Result AscReader::fdFrame(LogText::Words& words, CANExtTraceMessage&
 bool AscReader::channel(std::string_view text, CANExtTraceMessage& frame)
 {
     uint64_t number = 0;
-    if (!LogText::parseUnsigned(text, 10, 255, number) || number == 0 || number + fileChannel_ - 1 > 255)
-        return false;
-    frame.channel = uint8_t(number + fileChannel_ - 1);
-    return true;
+    return LogText::parseUnsigned(text, 10, 255, number) && channelOf(number, frame.channel);
 }
 
 bool AscReader::identifier(std::string_view text, CANExtTraceMessage& frame)
@@ -185,13 +160,6 @@ bool AscReader::bytes(LogText::Words& words, unsigned count, CANExtTraceMessage&
     frame.length = uint8_t(count);
     std::memset(frame.payload + count, 0, sizeof frame.payload - count);
     return true;
-}
-
-bool AscReader::finish(RecordedMessage&)
-{
-    if (report_ != nullptr)
-        skipped_.report(*report_, path_);
-    return false;
 }
 
 } // namespace rksignal

@@ -17,31 +17,24 @@
 // Not thread-safe; one per recording.
 #pragma once
 
-#include "recordings/LineParser.h"
+#include "recordings/LogLineParser.h"
 #include "recordings/LogText.h"
-#include "recordings/RecordingReader.h"
-#include "recordings/RecordingReport.h"
-#include "recordings/RecordingSetup.h"
-#include "recordings/SkippedFrames.h"
 
 #include <memory>
 #include <string>
 
 namespace rksignal {
 
-class AscReader : public LineParser {
+class AscReader : public LogLineParser {
 public:
-    // `report` gets the count of skipped frames at the end (null: none).
-    explicit AscReader(uint8_t fileChannel = 1, RecordingReport* report = nullptr, std::string path = "");
+    explicit AscReader(uint8_t fileChannel = 1, RecordingReport* report = nullptr, std::string path = "")
+        : LogLineParser(fileChannel, report, std::move(path))
+    {
+    }
 
     static bool hasMagic(const unsigned char* head, size_t size);
-    static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
-                                                 std::string& error);
 
     Result parseLine(std::string_view line, RecordedMessage& message, const char*& reason) override;
-    bool finish(RecordedMessage& message) override;
-
-    const SkippedFrames& skipped() const { return skipped_; }
 
 private:
     Result header(std::string_view keyword, std::string_view rest);
@@ -51,15 +44,10 @@ private:
     bool identifier(std::string_view text, CANExtTraceMessage& frame);
     bool bytes(LogText::Words& words, unsigned count, CANExtTraceMessage& frame);
 
-    uint8_t fileChannel_;
-    RecordingReport* report_;
-    std::string path_;
     unsigned base_ = 16;
     bool relative_ = false;
     uint64_t start_ = 0;
     uint64_t previous_ = 0;
-    SkippedFrames skipped_;
-    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal

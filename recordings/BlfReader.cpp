@@ -1,5 +1,6 @@
 #include "recordings/BlfReader.h"
 
+#include "recordings/LittleEndian.h"
 #include "recordings/LogText.h"
 
 #include <zlib.h>
@@ -37,9 +38,9 @@ constexpr uint32_t extendedIdFlag = 0x80000000u;
 constexpr uint8_t remoteFlag = 0x80;
 constexpr uint32_t tenMicroseconds = 1;
 
-uint16_t le16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
-uint32_t le32(const unsigned char* p) { return uint32_t(le16(p)) | uint32_t(le16(p + 2)) << 16; }
-uint64_t le64(const unsigned char* p) { return uint64_t(le32(p)) | uint64_t(le32(p + 4)) << 32; }
+constexpr auto le16 = LittleEndian::get16;
+constexpr auto le32 = LittleEndian::get32;
+constexpr auto le64 = LittleEndian::get64;
 
 const unsigned char objectSignature[] = {'L', 'O', 'B', 'J'};
 

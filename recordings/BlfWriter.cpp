@@ -1,5 +1,6 @@
 #include "recordings/BlfWriter.h"
 
+#include "recordings/LittleEndian.h"
 #include "recordings/LogText.h"
 
 #include <zlib.h>
@@ -16,22 +17,11 @@ constexpr size_t containerBytes = 128 * 1024;
 constexpr uint32_t objectHeaderBytes = 32; // base header and version 1 header
 constexpr uint32_t oneNanosecond = 2;
 
-void put16(std::vector<unsigned char>& out, uint16_t value)
-{
-    out.push_back(uint8_t(value));
-    out.push_back(uint8_t(value >> 8));
-}
-void put32(std::vector<unsigned char>& out, uint32_t value)
-{
-    put16(out, uint16_t(value));
-    put16(out, uint16_t(value >> 16));
-}
-void put64(std::vector<unsigned char>& out, uint64_t value)
-{
-    put32(out, uint32_t(value));
-    put32(out, uint32_t(value >> 32));
-}
-void putZeros(std::vector<unsigned char>& out, size_t count) { out.insert(out.end(), count, 0); }
+using LE = LittleEndian;
+constexpr auto put16 = LE::put16;
+constexpr auto put32 = LE::put32;
+constexpr auto put64 = LE::put64;
+constexpr auto putZeros = LE::putZeros;
 
 void putBaseHeader(std::vector<unsigned char>& out, uint16_t headerSize, uint32_t objectSize, uint32_t type)
 {

@@ -232,23 +232,32 @@ bool ByteStream::refill()
     if (begin_ == end_)
         begin_ = end_ = 0;
     if (end_ == input_.size()) {
+        if (begin_ == 0)
+            return true; // full: nothing to add until some is taken
         std::memmove(input_.data(), input_.data() + begin_, end_ - begin_);
         end_ -= begin_;
         begin_ = 0;
     }
+    const size_t got = readFd(input_.data() + end_, input_.size() - end_);
+    end_ += got;
+    return got > 0;
+}
+
+// What the descriptor has next, into `out`; 0 at the end or on an error.
+size_t ByteStream::readFd(unsigned char* out, size_t size)
+{
     for (;;) {
-        const ssize_t got = ::read(fd_, input_.data() + end_, input_.size() - end_);
+        const ssize_t got = ::read(fd_, out, size);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
             error_ = std::strerror(errno);
         if (got <= 0) {
             eof_ = true;
-            return false;
+            return 0;
         }
-        end_ += size_t(got);
         consumed_ += uint64_t(got);
-        return true;
+        return size_t(got);
     }
 }
 
@@ -277,19 +286,8 @@ size_t ByteStream::readRaw(unsigned char* out, size_t size)
 {
     // Large reads of an uncompressed file go straight into the caller's
     // buffer, without a copy through ours.
-    while (begin_ == end_ && !eof_ && size >= input_.size()) {
-        const ssize_t got = ::read(fd_, out, size);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            error_ = std::strerror(errno);
-        if (got <= 0) {
-            eof_ = true;
-            return 0;
-        }
-        consumed_ += uint64_t(got);
-        return size_t(got);
-    }
+    if (begin_ == end_ && !eof_ && size >= input_.size())
+        return readFd(out, size);
     if (begin_ == end_ && !refill())
         return 0;
     const size_t taken = std::min(size, end_ - begin_);

@@ -47,6 +47,7 @@ public:
 
 private:
     bool refill();
+    size_t readFd(unsigned char* out, size_t size);
     size_t readRaw(unsigned char* out, size_t size);
     size_t decompress(unsigned char* out, size_t size);
 

@@ -1,5 +1,7 @@
 #include "recordings/PcapngWriter.h"
 
+#include "recordings/LittleEndian.h"
+
 #include <algorithm>
 #include <string>
 
@@ -11,16 +13,9 @@ constexpr uint32_t sectionHeaderBlock = 0x0a0d0d0a, interfaceBlock = 1, enhanced
 constexpr uint16_t ethernetLink = 1, flexRayLink = 210, linLink = 212, socketCanLink = 227;
 constexpr uint32_t snapshotLength = 262144;
 
-void put16(std::vector<unsigned char>& out, uint16_t value)
-{
-    out.push_back(uint8_t(value));
-    out.push_back(uint8_t(value >> 8));
-}
-void put32(std::vector<unsigned char>& out, uint32_t value)
-{
-    put16(out, uint16_t(value));
-    put16(out, uint16_t(value >> 16));
-}
+constexpr auto put16 = LittleEndian::put16;
+constexpr auto put32 = LittleEndian::put32;
+
 void padTo4(std::vector<unsigned char>& out) { out.resize((out.size() + 3) / 4 * 4, 0); }
 
 const char* kindName(uint16_t linkType)

@@ -115,8 +115,8 @@ const std::vector<RecordingFormat>& RecordingFormats::all()
     static const std::vector<RecordingFormat> formats = {
         {"pcap", PcapRecording::hasMagic, {".pcap", ".pcapng"}, true, PcapRecording::open, false},
         {"blf", BlfReader::hasMagic, {".blf"}, true, BlfReader::open},
-        {"asc", AscReader::hasMagic, {".asc"}, true, AscReader::open},
-        {"trc", TrcReader::hasMagic, {".trc"}, true, TrcReader::open},
+        {"asc", AscReader::hasMagic, {".asc"}, true, LogLineParser::open<AscReader>},
+        {"trc", TrcReader::hasMagic, {".trc"}, true, LogLineParser::open<TrcReader>},
         {"nmea", nullptr, {".nmea"}, false, LineRecording::open<NmeaReader>},
         {"trace", nullptr, {".trace"}, false, LineRecording::open<TraceLineReader>},
         {"candump", nullptr, {}, false, CandumpReader::open},

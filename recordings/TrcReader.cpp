@@ -1,7 +1,5 @@
 #include "recordings/TrcReader.h"
 
-#include "recordings/LineRecording.h"
-
 #include <cstring>
 
 namespace rksignal {
@@ -13,32 +11,12 @@ constexpr uint64_t daysBefore1970 = 25569;
 
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
-LineParser::Result bad(const char*& reason, const char* text)
-{
-    reason = text;
-    return LineParser::Bad;
-}
-
 } // namespace
-
-TrcReader::TrcReader(uint8_t fileChannel, RecordingReport* report, std::string path)
-    : fileChannel_(fileChannel == 0 ? 1 : fileChannel), report_(report), path_(std::move(path))
-{
-}
 
 bool TrcReader::hasMagic(const unsigned char* head, size_t size)
 {
     const std::string_view text(reinterpret_cast<const char*>(head), size);
     return startsWith(text, ";$FILEVERSION=") || startsWith(text, ";###");
-}
-
-std::unique_ptr<RecordingReader> TrcReader::open(const std::string& path, const RecordingSetup& setup,
-                                                 std::string& error)
-{
-    return LineRecording::opened(
-        std::make_unique<LineRecording>(path, std::make_unique<TrcReader>(setup.channel, &setup.report, path),
-                                        setup.report),
-        error);
 }
 
 void TrcReader::header(std::string_view line)
@@ -159,7 +137,7 @@ LineParser::Result TrcReader::frame(std::string_view line, CANExtTraceMessage& f
     }
     if (id > (extended ? 0x1fffffffu : 0x7ffu))
         return bad(reason, "identifier out of range");
-    if (bus + fileChannel_ - 1 > 255)
+    if (!channelOf(bus, frame.channel))
         return bad(reason, "channel out of range");
     if (!haveLength)
         length = kind == Fd ? LogText::dlcToLength(unsigned(dlc)) : (dlc < 8 ? dlc : 8);
@@ -176,16 +154,8 @@ LineParser::Result TrcReader::frame(std::string_view line, CANExtTraceMessage& f
     frame.length = uint8_t(length);
     frame.canId = uint32_t(id);
     frame.frameFormat = (extended ? 1u : 0u) + (kind == Fd ? 2u : 0u);
-    frame.channel = uint8_t(bus + fileChannel_ - 1);
     frame.timestamp = start_ + offset;
     return Message;
-}
-
-bool TrcReader::finish(RecordedMessage&)
-{
-    if (report_ != nullptr)
-        skipped_.report(*report_, path_);
-    return false;
 }
 
 } // namespace rksignal

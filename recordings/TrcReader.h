@@ -11,31 +11,24 @@
 // Not thread-safe; one per recording.
 #pragma once
 
-#include "recordings/LineParser.h"
+#include "recordings/LogLineParser.h"
 #include "recordings/LogText.h"
-#include "recordings/RecordingReader.h"
-#include "recordings/RecordingReport.h"
-#include "recordings/RecordingSetup.h"
-#include "recordings/SkippedFrames.h"
 
 #include <memory>
 #include <string>
 
 namespace rksignal {
 
-class TrcReader : public LineParser {
+class TrcReader : public LogLineParser {
 public:
-    // `report` gets the count of skipped frames at the end (null: none).
-    explicit TrcReader(uint8_t fileChannel = 1, RecordingReport* report = nullptr, std::string path = "");
+    explicit TrcReader(uint8_t fileChannel = 1, RecordingReport* report = nullptr, std::string path = "")
+        : LogLineParser(fileChannel, report, std::move(path))
+    {
+    }
 
     static bool hasMagic(const unsigned char* head, size_t size);
-    static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
-                                                 std::string& error);
 
     Result parseLine(std::string_view line, RecordedMessage& message, const char*& reason) override;
-    bool finish(RecordedMessage& message) override;
-
-    const SkippedFrames& skipped() const { return skipped_; }
 
 private:
     void header(std::string_view line);
@@ -44,15 +37,10 @@ private:
     enum Kind { Classic, Fd, None };
     Kind kindOf(std::string_view type);
 
-    uint8_t fileChannel_;
-    RecordingReport* report_;
-    std::string path_;
     // One letter a column: N number, O offset, T type, B bus, I identifier,
     // d direction, R reserved, L data length code, l data length, D data.
     char columns_[16] = "NOILD";
     uint64_t start_ = 0;
-    SkippedFrames skipped_;
-    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal
