@@ -10,7 +10,7 @@ random: the same random frames (classic, CAN FD up to 64 bytes, standard and
   by python-can as candump log, ASC, BLF and TRC (and compressed) are read by
   `rksignal convert` to the frames python-can reads, and decode to the same
   rows; files that `rksignal convert` writes (candump, ASC, BLF) are read back
-  by python-can to the original frames; candump -> BLF -> candump gives the
+  by python-can to the original frames (pcapng by tshark, when installed); candump -> BLF -> candump gives the
   same lines.
 realworld: every log in REALWORLD (its can-logs folder) gives the frames
   python-can reads from it, remote and error frames excepted (and counted);
@@ -238,6 +238,17 @@ def random_case(tool, work):
         expect_same(path + " read by python-can", expected,
                     [python_key(m) for m in data_frames(read_with_python(path))])
         compared += len(expected)
+
+    # Ours as pcapng, read by tshark where it is installed.
+    if shutil.which("tshark"):
+        path = os.path.join(work, "ours.pcapng")
+        convert(tool, [written[".log"]], path)
+        fields = subprocess.run(["tshark", "-r", path, "-T", "fields", "-e", "frame.time_epoch", "-e", "can.id",
+                                 "-e", "data.data"], capture_output=True, text=True, check=True).stdout
+        seen = [(round(float(t) * 1e6), int(i), bytes.fromhex(d)) for t, i, d in
+                (line.split("\t") for line in fields.splitlines())]
+        expect_same(path + " read by tshark", [(k[0], k[2], k[6]) for k in expected], seen)
+        compared += len(seen)
 
     # candump -> BLF -> candump
     with open(written[".log"]) as log:
