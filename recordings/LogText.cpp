@@ -74,7 +74,7 @@ bool LogText::parseUnsigned(std::string_view text, unsigned base, uint64_t limit
             digit = unsigned(c - 'A' + 10);
         else
             return false;
-        if (digit >= base || value > (limit - digit) / base)
+        if (digit >= base || digit > limit || value > (limit - digit) / base)
             return false;
         value = value * base + digit;
     }
