@@ -194,6 +194,32 @@ TEST(BlfRecording, DamageIsReportedNeverReadPast)
     EXPECT_FALSE(header.isOpen());
 }
 
+TEST(BlfRecording, ObjectOutsideContainersInTenMicrosecondUnits)
+{
+    std::string file(144, '\0');
+    file.replace(0, 5, "LOGG\x90"); // header of 144 bytes
+    const uint16_t start[8] = {2020, 1, 4, 2, 3, 4, 5, 678};
+    for (int i = 0; i < 8; ++i)
+        file.replace(size_t(40 + 2 * i), 2, std::string{char(start[i] & 0xff), char(start[i] >> 8)});
+    // LOBJ, header 32 bytes version 1, object 48 bytes, CAN_MESSAGE; flags 1
+    // (10 µs), time 12345; channel 2, data length 2, extended 0x123.
+    file += std::string("LOBJ\x20\0\x01\0\x30\0\0\0\x01\0\0\0\x01\0\0\0\0\0\0\0\x39\x30\0\0\0\0\0\0", 32);
+    file += std::string("\x02\0\0\x02\x23\x01\0\x80\xab\xcd\0\0\0\0\0\0", 16);
+    const std::string path = tempPath("outside.blf");
+    writeFile(path, file);
+    RecordingReport report;
+    BlfReader reader(path, 1, report);
+    ASSERT_TRUE(reader.next());
+    const CANExtTraceMessage& can = reader.message().can;
+    EXPECT_EQ(can.timestamp, 1577934245678000u + 123450u); // 2020-01-02 03:04:05.678 UTC
+    EXPECT_EQ(can.channel, 2);
+    EXPECT_EQ(can.canId, 0x123u);
+    EXPECT_EQ(can.frameFormat, 1u);
+    EXPECT_EQ(can.length, 2);
+    EXPECT_EQ(can.payload[1], 0xcd);
+    EXPECT_FALSE(reader.next());
+}
+
 TEST(TextLogs, AscVariantsAndTrcColumnsThatPythonCanDoesNotRead)
 {
     const auto frames = [](LineParser& parser, const std::vector<std::string>& lines) {
