@@ -22,25 +22,31 @@ tool=$PWD/build-bench/cli/rksignal
   "$python" bench/make_decode_inputs.py "$work" "$lines"
 cd "$work"
 
-# The log repeated, each copy later than the one before, until the BLF has
-# the size asked for.
-"$tool" convert bench.log -o one.blf
-copies=$(( (megabytes * 1048576 + $(stat -c %s one.blf) - 1) / $(stat -c %s one.blf) ))
-span=$(( $(tail -1 bench.log | sed 's/^(\([0-9]*\)\..*/\1/') - $(head -1 bench.log | sed 's/^(\([0-9]*\)\..*/\1/') + 1 ))
-if [ ! -f big.blf ] || [ "$(cat big.copies 2>/dev/null)" != "$copies" ]; then
-  for ((n = 0; n < copies; n++)); do
+# The log repeated COUNT times, each copy later than the one before.
+repeat() {
+  for ((n = 0; n < $1; n++)); do
     awk -v shift=$((n * span)) '{ split(substr($1, 2), t, "."); printf "(%d.%s %s %s\n", t[1] + shift, t[2], $2, $3 }' bench.log
-  done | "$tool" convert - -o big.blf
+  done
+}
+
+# The BLF has the size asked for.
+"$tool" convert bench.log -o one.blf
+span=$(( $(tail -1 bench.log | sed 's/^(\([0-9]*\)\..*/\1/') - $(head -1 bench.log | sed 's/^(\([0-9]*\)\..*/\1/') + 1 ))
+copies=$(( (megabytes * 1048576 + $(stat -c %s one.blf) - 1) / $(stat -c %s one.blf) ))
+if [ ! -f big.blf ] || [ "$(cat big.copies 2>/dev/null)" != "$copies" ]; then
+  repeat "$copies" | "$tool" convert - -o big.blf
   echo "$copies" > big.copies
 fi
+# The candump rate over 10 copies, long enough to time.
+[ -f ten.log ] || repeat 10 > ten.log
 
 measure() { # prints "seconds peak_kb"
   /usr/bin/time -f "%e %M" "$tool" decode --defs bench.dbc --format none "$1" 2>&1 >/dev/null | tail -1
 }
-read -r log_seconds log_kb < <(measure bench.log)
+read -r log_seconds log_kb < <(measure ten.log)
 read -r blf_seconds blf_kb < <(measure big.blf)
 frames=$((copies * lines))
-"$python" - "$lines" "$log_seconds" "$log_kb" "$frames" "$blf_seconds" "$blf_kb" "$(stat -c %s big.blf)" <<'PY'
+"$python" - "$((10 * lines))" "$log_seconds" "$log_kb" "$frames" "$blf_seconds" "$blf_kb" "$(stat -c %s big.blf)" <<'PY'
 import sys
 lines, log_s, log_kb, frames, blf_s, blf_kb, size = sys.argv[1:]
 log_rate = int(lines) / max(float(log_s), 1e-3)
