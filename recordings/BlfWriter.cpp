@@ -58,8 +58,8 @@ void BlfWriter::writeHeader()
     std::vector<unsigned char> header;
     header.insert(header.end(), {'L', 'O', 'G', 'G'});
     put32(header, fileHeaderBytes);
-    // application id, major, minor, build; format version 2.6.8.1
-    header.insert(header.end(), {5, 0, 0, 0, 2, 6, 8, 1});
+    // application (0: none named), its version; format version 2.6.8.1
+    header.insert(header.end(), {0, 0, 0, 0, 2, 6, 8, 1});
     const long end = std::ftell(file_);
     put64(header, end > 0 ? uint64_t(end) : fileHeaderBytes);
     put64(header, uncompressedSize_ + fileHeaderBytes);
