@@ -9,6 +9,8 @@
 #include "recordings/RecordingFiles.h"
 #include "recordings/RecordingReader.h"
 #include "recordings/RecordingReport.h"
+#include "recordings/RecordingWriter.h"
+#include "recordings/RecordingWriters.h"
 
 #include "decode/DecodeOptions.h"
 #include "decode/DecodedRow.h"

@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 
 #include "cli/CheckCommand.h"
+#include "cli/ConvertCommand.h"
 #include "cli/CutCommand.h"
 #include "cli/DecodeCommand.h"
 #include "cli/EventsCommand.h"
@@ -16,6 +17,7 @@ std::vector<std::unique_ptr<Command>> Commands::create()
     commands.push_back(std::make_unique<WatchCommand>());
     commands.push_back(std::make_unique<CheckCommand>());
     commands.push_back(std::make_unique<EventsCommand>());
+    commands.push_back(std::make_unique<ConvertCommand>());
     return commands;
 }
 

@@ -42,6 +42,9 @@ Recordings, recognised by content or name, several merged in time order:
   FILE.nmea  NMEA log, one sentence a line, optionally "(sec.usec) " before it
   FILE.trace trace lines of LIN, FlexRay, GPIO, analog, key and system
     messages (docs/trace-lines.md)
+  BLF (CAN, CAN FD, LIN, Ethernet, FlexRay), ASC and TRC (CAN, CAN FD) logs;
+    their channel c, or c + N - 1 with --channel FILE=N
+  any of them gzip, zstd or xz compressed (docs/recordings.md)
   anything else: candump log ("candump -l": "(sec.usec) iface ID#DATA", CAN FD
     as "ID##FLAGSDATA"); - reads standard input
 Remote, error and null frames are skipped; bad lines and packets are counted
@@ -85,7 +88,7 @@ CLI::App& DecodeCommand::add(CLI::App& app)
                                "Definition file: FILE.dbc[@CHANNEL] or FILE.json (repeatable)", "FILE")
         ->required();
     decode->add_option("recordings", options_.recordings,
-                       "Recordings: captures, .nmea, .trace or candump logs; - for standard input")
+                       "Recordings: captures, BLF, ASC, TRC, .nmea, .trace or candump logs, compressed or not; - for standard input")
         ->required()
         ->type_name("RECORDING");
     CommandOptions::repeatable(*decode, "--channel", options_.channelMaps,

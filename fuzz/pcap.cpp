@@ -4,13 +4,11 @@
 // the decoder of its kind, in either container framing.
 #include "FuzzInput.h"
 #include "FuzzSession.h"
+#include "MemoryFile.h"
 #include "ToolSignals.h"
 
 #include "bus/EthernetSignal.h"
 #include "recordings/PcapRecording.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -29,12 +27,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string bytes = in.rest();
 
     // libpcap reads files: hand it the bytes as one that lives in memory.
-    const int fd = memfd_create("fuzz.pcap", MFD_CLOEXEC);
-    fuzz::require(fd >= 0, "a memory file can be made");
-    fuzz::require(write(fd, bytes.data(), bytes.size()) == ssize_t(bytes.size()), "the capture is written");
+    const fuzz::MemoryFile file(bytes);
     {
         RecordingReport report;
-        PcapRecording capture("/proc/self/fd/" + std::to_string(fd), 1, std::vector<bool>(2048, true), report);
+        PcapRecording capture(file.path(), 1, std::vector<bool>(2048, true), report);
         std::vector<unsigned long> ids;
         ids.reserve(64);
         for (int n = 0; n < 512 && capture.isOpen() && capture.next(); ++n) {
@@ -43,6 +39,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                                  &signals.storage());
         }
     }
-    close(fd);
     return 0;
 }

@@ -73,6 +73,13 @@ std::unique_ptr<RecordingReader> CandumpReader::open(const std::string& path, co
     return LineRecording::opened(std::make_unique<LineRecording>(path, setup.candump, setup.report), error);
 }
 
+bool CandumpReader::looksLikeLog(const unsigned char* head, size_t size)
+{
+    LineScan scan(std::string_view(reinterpret_cast<const char*>(head), size));
+    uint64_t micros = 0;
+    return scan.timestamp(micros) && !scan.word().empty();
+}
+
 void CandumpReader::mapInterface(const std::string& name, uint8_t channel)
 {
     for (auto& entry : interfaces_)
@@ -132,11 +139,13 @@ CandumpReader::Result CandumpReader::parseLine(std::string_view line, CANExtTrac
     if (!data.empty() && (data[0] == 'R' || data[0] == 'r'))
         return Skipped; // remote frame: no data to decode
     const bool fd = !data.empty() && data[0] == '#';
+    fdFlags_ = 0;
     if (fd) {
         if (data.size() < 2 || TextCursor::hexDigit(data[1]) < 0) {
             reason = "expected a flags digit after \"##\"";
             return Bad;
         }
+        fdFlags_ = uint8_t(TextCursor::hexDigit(data[1]) & 0x3);
         data.remove_prefix(2);
     }
     if (!parseData(data, frame.payload, fd ? 64 : 8, frame.length)) {
@@ -156,6 +165,7 @@ LineParser::Result CandumpReader::parseLine(std::string_view line, RecordedMessa
     message.kind = RecordedMessage::Can;
     switch (parseLine(line, message.can, reason)) {
     case Frame:
+        message.canFdFlags = fdFlags_;
         return LineParser::Message;
     case Skipped:
         return LineParser::Skipped;

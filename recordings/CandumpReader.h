@@ -30,6 +30,11 @@ public:
     static std::unique_ptr<RecordingReader> open(const std::string& path, const RecordingSetup& setup,
                                                  std::string& error);
 
+    // True when the text at `head` opens like a candump log: a time stamp
+    // "(<seconds>.<fraction>)" then an interface. For compressed files,
+    // which are not taken for candump logs on no evidence.
+    static bool looksLikeLog(const unsigned char* head, size_t size);
+
     // Gives an interface a fixed channel number; interfaces not mapped get
     // the next free number in order of first appearance, starting at 1.
     void mapInterface(const std::string& name, uint8_t channel);
@@ -47,6 +52,7 @@ private:
 
     std::vector<std::pair<std::string, uint8_t>> interfaces_;
     std::vector<bool> used_ = std::vector<bool>(256, false);
+    uint8_t fdFlags_ = 0;
 };
 
 } // namespace rksignal

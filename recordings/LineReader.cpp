@@ -1,10 +1,5 @@
 #include "recordings/LineReader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
 namespace rksignal {
@@ -13,28 +8,11 @@ namespace {
 constexpr size_t blockSize = 1 << 20;
 }
 
-LineReader::LineReader(const std::string& path) : buffer_(blockSize)
-{
-    if (path == "-") {
-        fd_ = STDIN_FILENO;
-    } else {
-        fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        ownsFd_ = true;
-    }
-    struct stat info;
-    if (fd_ >= 0 && fstat(fd_, &info) == 0 && S_ISREG(info.st_mode))
-        fileSize_ = uint64_t(info.st_size);
-}
-
-LineReader::~LineReader()
-{
-    if (ownsFd_ && fd_ >= 0)
-        ::close(fd_);
-}
+LineReader::LineReader(const std::string& path) : stream_(path), buffer_(blockSize) {}
 
 bool LineReader::refill()
 {
-    if (eof_ || fd_ < 0)
+    if (eof_ || !stream_.isOpen())
         return false;
     // Keep the unfinished line, at the start of the buffer.
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
@@ -42,17 +20,13 @@ bool LineReader::refill()
     begin_ = 0;
     if (end_ == buffer_.size())
         buffer_.resize(buffer_.size() * 2); // a line longer than a block
-    for (;;) {
-        const ssize_t got = ::read(fd_, buffer_.data() + end_, buffer_.size() - end_);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0) {
-            eof_ = true;
-            return false;
-        }
-        end_ += size_t(got);
-        return true;
+    const size_t got = stream_.read(buffer_.data() + end_, buffer_.size() - end_);
+    if (got == 0) {
+        eof_ = true;
+        return false;
     }
+    end_ += got;
+    return true;
 }
 
 bool LineReader::next(std::string_view& line)
@@ -68,7 +42,6 @@ bool LineReader::next(std::string_view& line)
             if (!line.empty() && line.back() == '\r')
                 line.remove_suffix(1);
             begin_ += taken;
-            consumed_ += taken;
             ++lineNumber_;
             return true;
         }

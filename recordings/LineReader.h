@@ -1,6 +1,9 @@
-// LineReader: the lines of a file or of standard input, read in large blocks
-// and handed out as views into the block, without a copy per line.
+// LineReader: the lines of a file or of standard input (decompressed when
+// it is compressed), read in large blocks and handed out as views into the
+// block, without a copy per line.
 #pragma once
+
+#include "recordings/ByteStream.h"
 
 #include <cstdint>
 #include <string>
@@ -13,31 +16,28 @@ class LineReader {
 public:
     // "-" reads standard input.
     explicit LineReader(const std::string& path);
-    ~LineReader();
-    LineReader(const LineReader&) = delete;
-    LineReader& operator=(const LineReader&) = delete;
 
-    bool isOpen() const { return fd_ >= 0; }
+    bool isOpen() const { return stream_.isOpen(); }
+    // Why the file could not be opened or read to its end; empty when it was.
+    const std::string& error() const { return stream_.error(); }
     // The next line without its line end (and a trailing CR); false at the
     // end. The view stays valid until the next call.
     bool next(std::string_view& line);
     uint64_t lineNumber() const { return lineNumber_; }
-    uint64_t bytesConsumed() const { return consumed_; }
+    // Bytes of the file taken so far (compressed bytes for a compressed file).
+    uint64_t bytesConsumed() const { return stream_.bytesConsumed(); }
     // Size of a regular file, 0 for pipes and terminals.
-    uint64_t fileSize() const { return fileSize_; }
+    uint64_t fileSize() const { return stream_.fileSize(); }
 
 private:
     bool refill();
 
-    int fd_ = -1;
-    bool ownsFd_ = false;
+    ByteStream stream_;
     bool eof_ = false;
     std::vector<char> buffer_;
     size_t begin_ = 0;
     size_t end_ = 0;
     uint64_t lineNumber_ = 0;
-    uint64_t consumed_ = 0;
-    uint64_t fileSize_ = 0;
 };
 
 } // namespace rksignal

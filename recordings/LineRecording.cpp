@@ -1,8 +1,5 @@
 #include "recordings/LineRecording.h"
 
-#include <cerrno>
-#include <cstring>
-
 namespace rksignal {
 
 LineRecording::LineRecording(const std::string& path, LineParser& parser, RecordingReport& report)
@@ -19,7 +16,7 @@ std::unique_ptr<RecordingReader> LineRecording::opened(std::unique_ptr<LineRecor
 {
     if (recording->isOpen())
         return recording;
-    error = std::strerror(errno);
+    error = recording->reader_.error();
     return nullptr;
 }
 
@@ -39,6 +36,10 @@ bool LineRecording::next()
             report_.badLine(path_, reader_.lineNumber(), line, reason);
             break;
         }
+    }
+    if (!reader_.error().empty() && !errorReported_) {
+        errorReported_ = true;
+        report_.error(path_, reader_.error());
     }
     return parser_.finish(message_);
 }

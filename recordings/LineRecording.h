@@ -1,6 +1,7 @@
 // LineRecording: a text recording (candump log, NMEA log, trace lines) read
 // line by line through the parser of its format. Blank lines are skipped;
-// bad lines go to the report and reading goes on.
+// bad lines go to the report and reading goes on; a file that cannot be
+// read to its end (bad compressed data) is an error of the run.
 //
 // Not thread-safe; one per input.
 #pragma once
@@ -50,6 +51,7 @@ private:
     LineParser& parser_;
     RecordingReport& report_;
     RecordedMessage message_;
+    bool errorReported_ = false;
 };
 
 } // namespace rksignal

@@ -17,6 +17,7 @@ void copyMessage(const RecordedMessage& from, RecordedMessage& to)
     switch (from.kind) {
     case RecordedMessage::Can:
         to.can = from.can;
+        to.canFdFlags = from.canFdFlags;
         break;
     case RecordedMessage::Lin:
         to.lin = from.lin;

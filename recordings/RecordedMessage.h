@@ -35,6 +35,9 @@ public:
 
     // Only the member of `kind` is meaningful.
     CANExtTraceMessage can;
+    // CAN FD frames: bit-rate switch (1) and error state indicator (2), as
+    // candump writes them; kept so that converting a recording keeps them.
+    uint8_t canFdFlags = 0;
     LINTraceMessage lin;
     FlexRayExtTraceMessage flexRay;
     MIITraceMessage ethernet;

@@ -122,7 +122,7 @@ std::unique_ptr<RecordingReader> RecordingFiles::open(const std::string& path, s
     const RecordingSetup setup{state_->report,
                                channel == state_->fileChannels.end() ? defaultFileChannel : channel->second,
                                state_->staticSlots, state_->candump, state_->interfaceChannels[path]};
-    return RecordingFormats::of(path).open(path, setup, error);
+    return RecordingFormats::open(path, setup, error);
 }
 
 std::unique_ptr<RecordingReader> RecordingFiles::openAll(const std::vector<std::string>& paths)

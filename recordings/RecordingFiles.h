@@ -1,7 +1,7 @@
 // RecordingFiles: opens recordings by name with the reader of their format,
 // recognised by content first and by name second (RecordingFormats lists
-// them: pcap/pcapng captures, NMEA logs, trace lines, candump logs; "-" is
-// standard input), and several at once as one reader in time order.
+// them: pcap/pcapng captures, BLF, ASC and TRC logs, NMEA logs, trace
+// lines, candump logs, each possibly compressed; "-" is standard input), and several at once as one reader in time order.
 //
 // It also holds what the readers need from the caller: the channel of each
 // capture and of each candump interface (`--channel NAME=N`), and the
@@ -31,8 +31,8 @@ public:
     RecordingFiles(const RecordingFiles&) = delete;
     RecordingFiles& operator=(const RecordingFiles&) = delete;
 
-    // The name of the format `path` is read as: "pcap", "nmea", "trace" or
-    // "candump".
+    // The name of the format `path` is read as: "pcap", "blf", "asc", "trc",
+    // "nmea", "trace", "candump", or "unknown compressed".
     static const char* formatOf(const std::string& path);
     // "NAME=N" into its parts; false unless N is a number from 0 to 255
     // (the last '=' separates, as a file name may hold one).

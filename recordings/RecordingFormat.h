@@ -29,6 +29,9 @@ struct RecordingFormat {
     // file channel N (otherwise NAME is a candump interface).
     bool channelPerFile;
     Open open;
+    // False for readers that need the file itself (libpcap): a compressed
+    // file of such a format is decompressed into memory first.
+    bool streams = true;
 };
 
 } // namespace rksignal

@@ -80,15 +80,15 @@ uint64_t microseconds(const std::string& time)
 
 class CutCommand : public testing::Test {
 protected:
-    // Cuts `lines` (from a file, or standard input) into a fresh directory;
-    // its path.
+    // Cuts `lines` (from a file, or standard input; none: the recordings
+    // are among the options) into a fresh directory; its path.
     std::string cut(const std::vector<Line>& lines, const std::string& options, bool standardInput = false)
     {
         const std::string log = writeTestFile("cut.log", joined(lines));
         const std::string directory = testing::TempDir() + "rksignal_cut_" + std::to_string(getpid()) + "_" +
                                       std::to_string(directories_.size());
         directories_.push_back(directory);
-        const std::string input = standardInput ? "- < " + log : log;
+        const std::string input = lines.empty() ? "" : standardInput ? "- < " + log : log;
         result_ = runTool("cut --defs " + defs_ + " " + options + " -o " + directory + " " + input + " 2>&1");
         return directory;
     }
@@ -163,6 +163,23 @@ TEST_F(CutCommand, LevelTriggersExtendTheirWindowAndStandardInputIsCutAsAFile)
     const std::string fromFile = cut(lines, "--trigger 'Speed.Value > 50' --pre 500ms --post 1s");
     EXPECT_EQ(readFile(fromFile + "/windows.csv"), rows[0]);
     EXPECT_EQ(readFile(fromFile + "/window-0001.log"), readFile(level + "/window-0001.log"));
+}
+
+// A BLF log is cut into BLF windows (read back here as candump lines), and
+// --as chooses the format.
+TEST_F(CutCommand, WindowsAreRecordingsOfTheKindRead)
+{
+    const std::vector<Line> lines = drive({50});
+    const std::string blf = testing::TempDir() + "rksignal_cut_" + std::to_string(getpid()) + ".blf";
+    ASSERT_EQ(runTool("convert " + writeTestFile("cut-convert.log", joined(lines)) + " -o " + blf).status, 0);
+    const std::string log = writeTestFile("cut-back.log", "");
+    const std::string directory = cut({}, "--trigger 'Speed.Value > 50' --pre 1s --post 1s " + blf);
+    EXPECT_EQ(filesIn(directory), (std::set<std::string>{"window-0001.blf", "windows.csv"})) << result_.output;
+    ASSERT_EQ(runTool("convert " + directory + "/window-0001.blf -o " + log).status, 0);
+    EXPECT_EQ(readFile(log), joined(lines, 4000000, 6000000));
+    const std::string asPcapng = cut({}, "--trigger 'Speed.Value > 50' --pre 1s --post 1s --as pcapng " + blf);
+    EXPECT_EQ(filesIn(asPcapng), (std::set<std::string>{"window-0001.pcapng", "windows.csv"})) << result_.output;
+    std::remove(blf.c_str());
 }
 
 TEST_F(CutCommand, ATriggerThatNeverFiresLeavesAnEmptyIndexAndBadDurationsAreRefused)
