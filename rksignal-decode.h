@@ -13,6 +13,7 @@
 #include "recordings/RecordingWriters.h"
 
 #include "decode/DecodeOptions.h"
+#include "decode/DecodeStats.h"
 #include "decode/DecodedRow.h"
 #include "decode/Decoder.h"
 #include "decode/LiveValues.h"

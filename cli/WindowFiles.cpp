@@ -84,6 +84,9 @@ void WindowFiles::end(const TriggerWindow& window)
     index_->append(',');
     index_->appendUnsigned(window.messages);
     index_->append('\n');
+    // On standard input the run may last for days: each window is listed
+    // as soon as it is complete.
+    index_->flush();
 }
 
 bool WindowFiles::finish(std::string& error)
