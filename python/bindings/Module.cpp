@@ -1,8 +1,8 @@
 // The extension module rksignal._rksignal: definitions, decoding runs and
-// the inspection functions. The package rksignal wraps it in pandas.
+// the check, events and live queries. The package rksignal wraps it in pandas.
 #include "definitions/DefinitionFiles.h"
 #include "python/bindings/DecodeRun.h"
-#include "python/bindings/Inspection.h"
+#include "python/bindings/ToolQueries.h"
 #include "python/bindings/LibraryMessages.h"
 #include "python/bindings/PythonErrors.h"
 
@@ -78,10 +78,10 @@ PYBIND11_MODULE(_rksignal, module)
         .def("close", &DecodeRun::close);
 
     module.def("check", [](const std::vector<std::string>& expressions, const Definitions& definitions) {
-        return inspection::check(expressions, definitions.set);
+        return queries::check(expressions, definitions.set);
     });
-    module.def("events", &inspection::events);
+    module.def("events", &queries::events);
     module.def("live", [](const Definitions& definitions, const std::vector<std::string>& patterns) {
-        return inspection::live(definitions.set, patterns);
+        return queries::live(definitions.set, patterns);
     });
 }

@@ -2,7 +2,6 @@
 // table, and decoding of classic, CAN FD, PDU and multiplexed frames.
 #include "bus/CANSignal.h"
 #include "signal/FrameTableEdits.h"
-#include "support/ChildProcess.h"
 #include "support/OutputCapture.h"
 #include "support/SignalTestSupport.h"
 
@@ -245,27 +244,4 @@ TEST(CANDecode, MultiplexersSelectASecondStage)
     EXPECT_EQ(std::make_tuple(rawOf(classic), rawOf(fd), rawOf(nested)), std::make_tuple(2ul, 10ul, 3ul));
     ctm.payload[0] = 5; // no second stage filed for this value
     EXPECT_EQ(decoded(ctm, storage), (Ids{mux.id, mux2.id}));
-}
-
-TEST(CANDecode, SharedSlotsAreSeenByAnotherProcess)
-{
-    const auto def = canDef(uniqueInstanceName("can"), 0x400, 8, 16);
-    SignalStorage storage;
-    OutputCapture quiet;
-    auto sig = std::make_unique<CANSignal>(def, true, &storage);
-    ASSERT_NE(sig->slot, &sig->privateSlot);
-    const int status = runInChild([&] {
-        SignalStorage childStorage;
-        CANSignal writer(def, true, &childStorage);
-        auto ctm = frame(0x400, 8);
-        ctm.timestamp = 77;
-        Ids ids;
-        return CANSignal::decodeMessage(ctm, ids, 0, &childStorage) && ids.back() == writer.id ? 0 : 1;
-    });
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(rawOf(*sig), 0x0201u);
-    EXPECT_EQ(sig->slot->timestamp, 77u);
-    sig.reset();
-    EXPECT_FALSE(segmentExists(def.instance));
-    removeKeyFile(def.instance);
 }

@@ -10,6 +10,8 @@
 // unlock makes every later lock of that slot spin forever.
 #include "signal/BaseSignal.h"
 #include "support/ChildProcess.h"
+#include "support/OutputCapture.h"
+#include "support/SignalTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +24,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <functional>
-#include <iostream>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -86,11 +86,7 @@ public:
     explicit Signals(const std::vector<std::string>& names)
     {
         for (int s = 0; s < signalCount; ++s) {
-            baseSignalDef_t def;
-            def.instance = names[size_t(s)];
-            def.signal = "stress" + std::to_string(s);
-            def.bits = 64;
-            signals.push_back(std::make_unique<BaseSignal>(def, true, &storage));
+            signals.push_back(std::make_unique<BaseSignal>(definitionOf(names[size_t(s)], 64), true, &storage));
         }
     }
     BaseSignal& operator[](int s) { return *signals[size_t(s)]; }
@@ -160,20 +156,6 @@ int reader(int r, const std::vector<std::string>& names)
     }
 }
 
-pid_t spawn(const std::function<int()>& body)
-{
-    std::cout.flush();
-    std::cerr.flush();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        std::ostringstream sink; // the segment lines of the child's signals
-        std::cout.rdbuf(sink.rdbuf());
-        std::cerr.rdbuf(sink.rdbuf());
-        _exit(body());
-    }
-    return pid;
-}
-
 // Waits for every process; kills them all when the watchdog limit passes.
 // Returns the exit statuses, or an empty list after a hang.
 std::vector<int> waitOrKill(const std::vector<pid_t>& pids)
@@ -211,7 +193,7 @@ public:
         for (int s = 0; s < signalCount; ++s)
             names.push_back(uniqueInstanceName("stress" + std::to_string(s)));
         BaseSignal::detachOnly = false;
-        Quiet quiet;
+        OutputCapture quiet;
         signals = std::make_unique<Signals>(names);
     }
     ~SharedSlots()
@@ -222,20 +204,12 @@ public:
     }
     void removeSegments()
     {
-        Quiet quiet;
+        OutputCapture quiet;
         signals.reset();
     }
 
     std::vector<std::string> names;
     std::unique_ptr<Signals> signals;
-
-private:
-    struct Quiet {
-        Quiet() : saved(std::cout.rdbuf(sink.rdbuf())) {}
-        ~Quiet() { std::cout.rdbuf(saved); }
-        std::ostringstream sink;
-        std::streambuf* saved;
-    };
 };
 
 TEST(SharedMemoryStress, WritersAndReadersInSeveralProcessesKeepPairsTogether)
@@ -252,9 +226,9 @@ TEST(SharedMemoryStress, WritersAndReadersInSeveralProcessesKeepPairsTogether)
 
         std::vector<pid_t> pids;
         for (int w = 0; w < writerCount; ++w)
-            pids.push_back(spawn([w, &slots] { return writer(w, slots.names); }));
+            pids.push_back(startChild([w, &slots] { return writer(w, slots.names); }));
         for (int r = 0; r < readerCount; ++r)
-            pids.push_back(spawn([r, &slots] { return reader(r, slots.names); }));
+            pids.push_back(startChild([r, &slots] { return reader(r, slots.names); }));
 
         const std::vector<int> statuses = waitOrKill(pids);
         ASSERT_FALSE(statuses.empty()) << "a process hung; all were killed";

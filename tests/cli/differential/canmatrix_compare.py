@@ -17,18 +17,15 @@ Cases:
            and connection mode); rksignal's source column is checked too.
 """
 
-import contextlib
-import csv
-import io
 import os
 import random
-import subprocess
 import sys
 
-with contextlib.redirect_stdout(io.StringIO()), contextlib.redirect_stderr(io.StringIO()):
-    # canmatrix lists the formats it lacks on import
-    import canmatrix
-    import canmatrix.formats
+from decoded_values import decodable, log_line, quiet_canmatrix_formats, same, tick_time, tool_values
+
+quiet_canmatrix_formats()
+import canmatrix  # noqa: E402
+import canmatrix.formats  # noqa: E402
 
 FACTORS = ["1", "0.5", "0.1", "0.25", "0.001", "2.5", "0.0625", "1E-005", "10"]
 OFFSETS = ["0", "-40", "100.5", "-0.5", "1000"]
@@ -93,22 +90,9 @@ def random_dbc(rng, messages):
 def random_log(rng, frames, count):
     lines = []
     for i in range(count):
-        ident, extended, fd, size = rng.choice(frames)
-        data = bytes(rng.randrange(256) for _ in range(size))
-        id_text = ("%08X" if extended else "%03X") % ident
-        separator = "##0" if fd else "#"
-        lines.append("(%d.%06d) can0 %s%s%s" % (1000 + i // 1000, i % 1000 * 1000, id_text, separator, data.hex().upper()))
+        ident, extended, _, size = rng.choice(frames)
+        lines.append(log_line(tick_time(i), ident, extended, bytes(rng.randrange(256) for _ in range(size))))
     return "\n".join(lines) + "\n"
-
-
-def canmatrix_decodes(frame):
-    """Whether canmatrix can decode the frame at all (it cannot when a
-    signal lies beyond the frame's size)."""
-    try:
-        frame.decode(bytes(frame.size))
-        return True
-    except Exception:
-        return False
 
 
 def canmatrix_values(dbc_path, log_text):
@@ -141,14 +125,13 @@ def canmatrix_values(dbc_path, log_text):
 def j1939_log(rng, db, count):
     """Log lines of j1939.dbc's groups and what canmatrix decodes from them:
     (time, instance) -> (value, source address)."""
-    singles = [f for f in db.frames if f.size <= 8 and canmatrix_decodes(f)]
-    longer = [f for f in db.frames if f.size > 8 and canmatrix_decodes(f)]
+    singles = [f for f in db.frames if f.size <= 8 and decodable(f)]
+    longer = [f for f in db.frames if f.size > 8 and decodable(f)]
     lines, expected = [], {}
 
     def add(can_id, data, reassembled=None):
-        tick = len(lines)
-        time = "%d.%06d" % (1000 + tick // 1000, tick % 1000 * 1000)
-        lines.append("(%s) can0 %08X#%s" % (time, can_id, data.hex().upper()))
+        time = tick_time(len(lines))
+        lines.append(log_line(time, can_id, True, data))
         decoded_from = [(canmatrix.ArbitrationId(can_id, extended=True), data)]
         if reassembled:
             decoded_from.append(reassembled)
@@ -188,19 +171,6 @@ def j1939_log(rng, db, count):
     return "\n".join(lines) + "\n", expected
 
 
-def rksignal_values(tool, dbc_path, log_path, with_source=False):
-    out = subprocess.run([tool, "decode", "--defs", dbc_path, "--all", "--format", "csv", log_path],
-                         check=True, capture_output=True, text=True).stdout
-    values = {}
-    for row in csv.DictReader(io.StringIO(out)):
-        seconds = row["time"][-15:]  # "hh:mm:ss.uuuuuu" -> the log's "sec.usec"
-        hours, minutes, rest = seconds.split(":")
-        total = int(hours) * 3600 + int(minutes) * 60 + float(rest)
-        key = ("%d.%06d" % (int(total), round((total - int(total)) * 1e6)), row["instance"])
-        values[key] = (float(row["value"]), int(row["source"])) if with_source else float(row["value"])
-    return values
-
-
 def compare(case, ours, theirs):
     problems = []
     for key in sorted(set(ours) | set(theirs)):
@@ -212,12 +182,19 @@ def compare(case, ours, theirs):
             if a[1] != b[1]:
                 problems.append("%s: %s source rksignal %r, canmatrix frame %r" % (case, key, a[1], b[1]))
             a, b = a[0], b[0]
-        if abs(a - b) > 1e-9 * max(1.0, abs(a), abs(b)):
+        if not same(a, b):
             problems.append("%s: %s rksignal %r, canmatrix %r" % (case, key, a, b))
     for problem in problems[:20]:
         print(problem)
     print("%s: %d values compared, %d differences" % (case, len(theirs), len(problems)))
     return not problems
+
+
+def rksignal_values(tool, dbc_path, log_path, with_source=False):
+    values, errors = tool_values(tool, dbc_path, log_path, with_source)
+    if values is None:
+        sys.exit("rksignal decode failed: " + errors)
+    return values
 
 
 def main():

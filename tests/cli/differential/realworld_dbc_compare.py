@@ -13,13 +13,12 @@ Exits 77 (skipped) when the folder or canmatrix is missing.
 """
 
 import contextlib
-import csv
 import io
-import math
 import os
 import random
-import subprocess
 import sys
+
+from decoded_values import decodable, log_line, quiet_canmatrix_formats, same, tick_time, tool_values
 
 SKIP = 77
 
@@ -44,15 +43,6 @@ MISFILED = ("canmatrix cannot read this BO_ line (29-bit identifier without bit 
             "the frame before")
 
 PAYLOADS_PER_FRAME = 6
-
-
-def load_canmatrix():
-    try:
-        with contextlib.redirect_stdout(io.StringIO()), contextlib.redirect_stderr(io.StringIO()):
-            import canmatrix.formats  # lists the formats it lacks on import
-        return canmatrix.formats
-    except ImportError:
-        return None
 
 
 def set_raw(data, signal, raw, size_bytes):
@@ -103,14 +93,6 @@ def payloads(rng, frame):
     return result
 
 
-def decodable(frame):
-    try:
-        frame.decode(bytes(frame.size))
-        return frame.size > 0
-    except Exception:
-        return False
-
-
 def physical(value):
     try:
         return float(value)
@@ -153,10 +135,8 @@ def build_log(rng, db, dbc_name, dbc_path):
         extended = frame.arbitration_id.extended
         for data in payloads(rng, frame):
             tick += 1
-            time = "%d.%06d" % (1000 + tick // 1000, tick % 1000 * 1000)
-            id_text = ("%08X" if extended else "%03X") % ident
-            separator = "##0" if frame.size > 8 else "#"
-            lines.append("(%s) can0 %s%s%s" % (time, id_text, separator, bytes(data).hex().upper()))
+            time = tick_time(tick)
+            lines.append(log_line(time, ident, extended, data))
             decoded = frame.decode(bytes(data))
             seen = set()
             for name, signal in decoded.items():
@@ -175,33 +155,12 @@ def build_log(rng, db, dbc_name, dbc_path):
     return "\n".join(lines) + "\n", expected, skipped
 
 
-def tool_values(tool, dbc_path, log_path):
-    run = subprocess.run([tool, "decode", "--defs", dbc_path, "--all", "--format", "csv", log_path],
-                         capture_output=True, text=True)
-    if run.returncode != 0:
-        return None, run.stderr.strip()
-    values = {}
-    for row in csv.DictReader(io.StringIO(run.stdout)):
-        clock = row["time"][-15:]
-        hours, minutes, rest = clock.split(":")
-        total = int(hours) * 3600 + int(minutes) * 60 + float(rest)
-        key = ("%d.%06d" % (int(total), round((total - int(total)) * 1e6)), row["instance"])
-        values[key] = float(row["value"]) if row["value"] not in ("", "nan", "-nan") else float("nan")
-    return values, run.stderr
-
-
-def same(a, b):
-    if math.isnan(a) and math.isnan(b):
-        return True
-    return abs(a - b) <= 1e-9 * max(1.0, abs(a), abs(b))
-
-
 def main():
     tool, folder, workdir = sys.argv[1], sys.argv[2], sys.argv[3]
     if not os.path.isdir(folder):
         print("skipped: %s is absent (the real-world files live beside the repository)" % folder)
         return SKIP
-    formats = load_canmatrix()
+    formats = quiet_canmatrix_formats()
     if formats is None:
         print("skipped: canmatrix is not installed (Debian's python3-canmatrix)")
         return SKIP

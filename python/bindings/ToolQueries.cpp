@@ -1,4 +1,4 @@
-#include "python/bindings/Inspection.h"
+#include "python/bindings/ToolQueries.h"
 
 #include "decode/FrameTableClaim.h"
 #include "decode/LiveValues.h"
@@ -13,7 +13,7 @@
 
 namespace py = pybind11;
 
-namespace rksignal::inspection {
+namespace rksignal::queries {
 
 namespace {
 
@@ -117,4 +117,4 @@ py::list live(const DefinitionSet& definitions, const std::vector<std::string>& 
     return rows;
 }
 
-} // namespace rksignal::inspection
+} // namespace rksignal::queries

@@ -1,4 +1,4 @@
-// Inspection: what the tool's check, events and watch --once commands show,
+// ToolQueries: what the tool's check, events and watch --once commands show,
 // as Python values: the signals trigger expressions read (or why they do not
 // compile), the names an event description mentions, and the current values
 // writers keep in shared memory.
@@ -13,7 +13,7 @@ namespace rksignal {
 
 struct DefinitionSet;
 
-namespace inspection {
+namespace queries {
 
 // One dict per expression: expression, ok, signals (instance names read),
 // errors (the parser's lines).
@@ -25,6 +25,6 @@ pybind11::dict events(const std::string& text);
 // (microseconds; None without a value).
 pybind11::list live(const DefinitionSet& definitions, const std::vector<std::string>& patterns);
 
-} // namespace inspection
+} // namespace queries
 
 } // namespace rksignal
