@@ -21,7 +21,8 @@ FD), .asc (CAN and CAN FD), .blf (CAN, CAN FD, LIN, Ethernet and FlexRay in
 zlib-compressed containers) or .pcapng (every kind, one interface per kind and
 channel). Messages the format cannot hold are skipped and counted.
 --channel NAME=N numbers the channels as for decode; for a candump output,
-channel N is written as interface NAME (otherwise can<N-1>).)";
+channel N is written as the candump interface read as N, or NAME (otherwise
+can<N-1>).)";
 
 } // namespace
 
@@ -56,7 +57,7 @@ int ConvertCommand::run()
     }
     std::string error;
     std::unique_ptr<RecordingWriter> writer =
-        RecordingWriters::create(output_, RecordingFiles::interfaceNames(channelMaps_, recordings_), error);
+        RecordingWriters::create(output_, [&files](uint8_t channel) { return files.candumpInterface(channel); }, error);
     if (!writer) {
         ToolMessages::error(output_ + ": " + error);
         return 2;

@@ -121,7 +121,7 @@ int CutCommand::run()
         ToolMessages::error(error);
         return 2;
     }
-    WindowFiles files(directory_, ending, RecordingFiles::interfaceNames(options.channelMaps, options.recordings));
+    WindowFiles files(directory_, ending, [&decoder](uint8_t channel) { return decoder.candumpInterface(channel); });
     if (!files.create(error)) {
         ToolMessages::error(error);
         return 2;

@@ -13,7 +13,7 @@
 
 namespace rksignal {
 
-WindowFiles::WindowFiles(std::string directory, std::string ending, std::map<uint8_t, std::string> interfaceNames)
+WindowFiles::WindowFiles(std::string directory, std::string ending, InterfaceNames interfaceNames)
     : directory_(std::move(directory)), ending_(std::move(ending)), interfaceNames_(std::move(interfaceNames))
 {
 }

@@ -11,6 +11,7 @@
 #include "output/OutputBuffer.h"
 #include "output/TimeText.h"
 #include "recordings/RecordingWriter.h"
+#include "recordings/RecordingWriters.h"
 
 #include <cstdint>
 #include <map>
@@ -22,7 +23,7 @@ namespace rksignal {
 class WindowFiles : public WindowSink {
 public:
     // `interfaceNames`: candump interface names of channels.
-    WindowFiles(std::string directory, std::string ending, std::map<uint8_t, std::string> interfaceNames);
+    WindowFiles(std::string directory, std::string ending, InterfaceNames interfaceNames);
     ~WindowFiles() override;
 
     // Creates the directory (when missing) and the index; false, with the
@@ -42,7 +43,7 @@ private:
     std::string fileName(size_t number) const;
 
     const std::string directory_, ending_;
-    const std::map<uint8_t, std::string> interfaceNames_;
+    const InterfaceNames interfaceNames_;
     int indexFd_ = -1;
     std::unique_ptr<OutputBuffer> index_;
     TimeText time_;

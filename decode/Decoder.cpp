@@ -411,6 +411,11 @@ bool Decoder::hasSources() const
     return !state_->j1939.empty();
 }
 
+std::string Decoder::candumpInterface(uint8_t channel) const
+{
+    return state_->files.candumpInterface(channel);
+}
+
 size_t Decoder::longestShownInstance() const
 {
     return state_->signals ? state_->signals->longestShownInstance() : 0;

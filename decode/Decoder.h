@@ -111,6 +111,9 @@ public:
     size_t longestShownInstance() const;
     // Whether rows may carry a J1939 source address (J1939 definitions loaded).
     bool hasSources() const;
+    // The candump interface read (or mapped by a channel map) as `channel`
+    // so far; empty when none is.
+    std::string candumpInterface(uint8_t channel) const;
 
 private:
     struct State; // the signals, triggers, recordings and rows of the run

@@ -2,17 +2,19 @@
 
 namespace rksignal {
 
-CandumpWriter::CandumpWriter(FILE* file, std::map<uint8_t, std::string> names)
-    : RecordingWriter(file), names_(std::move(names))
+CandumpWriter::CandumpWriter(FILE* file, InterfaceNames names) : RecordingWriter(file), interfaceNames_(std::move(names))
 {
 }
 
 const std::string& CandumpWriter::nameOf(uint8_t channel)
 {
     auto found = names_.find(channel);
-    if (found == names_.end())
-        found = names_.emplace(channel, "can" + std::to_string(channel == 0 ? 0 : channel - 1)).first;
-    return found->second;
+    if (found != names_.end())
+        return found->second;
+    std::string name = interfaceNames_ ? interfaceNames_(channel) : std::string();
+    if (name.empty())
+        name = "can" + std::to_string(channel == 0 ? 0 : channel - 1);
+    return names_.emplace(channel, std::move(name)).first->second;
 }
 
 bool CandumpWriter::write(const RecordedMessage& message)

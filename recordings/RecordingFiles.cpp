@@ -94,17 +94,12 @@ void RecordingFiles::mapChannel(const std::string& name, uint8_t channel, const 
         state_->candump.mapInterface(name, channel);
 }
 
-std::map<uint8_t, std::string> RecordingFiles::interfaceNames(const std::vector<std::string>& channelMaps,
-                                                              const std::vector<std::string>& recordings)
+std::string RecordingFiles::candumpInterface(uint8_t channel) const
 {
-    std::map<uint8_t, std::string> names;
-    for (const std::string& map : channelMaps) {
-        std::string name;
-        uint8_t channel = 0;
-        if (parseChannelMap(map, name, channel) && capturesNamed(ChannelName(name).file, recordings).empty())
-            names[channel] = name;
-    }
-    return names;
+    for (const auto& [name, mapped] : state_->candump.interfaces())
+        if (mapped == channel)
+            return name;
+    return {};
 }
 
 void RecordingFiles::useFlexRaySegments(const DefinitionSet& definitions)

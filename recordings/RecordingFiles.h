@@ -44,11 +44,10 @@ public:
     // (default: the capture's channel + I); otherwise candump interface NAME
     // gets channel N.
     void mapChannel(const std::string& name, uint8_t channel, const std::vector<std::string>& recordings);
-    // The candump interface names that `--channel NAME=N` maps give the
-    // channels (the maps that name no capture among `recordings`), for
-    // writing candump logs with the names read; bad maps are left out.
-    static std::map<uint8_t, std::string> interfaceNames(const std::vector<std::string>& channelMaps,
-                                                         const std::vector<std::string>& recordings);
+    // The candump interface read (or mapped by `--channel NAME=N`) as
+    // `channel` so far; empty when none is. For writing candump logs with
+    // the names read.
+    std::string candumpInterface(uint8_t channel) const;
     // Takes the static FlexRay slots from the definitions' positions.
     void useFlexRaySegments(const DefinitionSet& definitions);
 

@@ -40,8 +40,7 @@ const char* RecordingWriters::endingsText()
     return "FILE.log (candump), FILE.asc, FILE.blf or FILE.pcapng";
 }
 
-std::unique_ptr<RecordingWriter> RecordingWriters::create(const std::string& path,
-                                                          const std::map<uint8_t, std::string>& interfaceNames,
+std::unique_ptr<RecordingWriter> RecordingWriters::create(const std::string& path, const InterfaceNames& interfaceNames,
                                                           std::string& error)
 {
     const Output output = outputOf(path);

@@ -26,16 +26,17 @@ struct Line {
 
 // 20 s of Speed (id 100) every 100 ms and of a frame without signals (id
 // 200) 50 ms later, in the form candump logs are written; Speed is 100 km/h
-// at the times in `high` (in tenths of a second), else 10.
-std::vector<Line> drive(const std::set<int>& high)
+// at the times in `high` (in tenths of a second), else 10. Windows cut from
+// a candump log keep its interface names, so the default is not "can0".
+std::vector<Line> drive(const std::set<int>& high, const char* interface = "vcan3")
 {
     std::vector<Line> lines;
     for (int tenth = 0; tenth < 200; ++tenth)
         for (int id : {0x100, 0x200}) {
             const uint64_t time = uint64_t(tenth) * 100000 + (id == 0x200 ? 50000 : 0);
             char text[64];
-            std::snprintf(text, sizeof text, "(%010llu.%06llu) can0 %03X#%s00", (unsigned long long)(time / 1000000),
-                          (unsigned long long)(time % 1000000), id, high.count(tenth) ? "C8" : "14");
+            std::snprintf(text, sizeof text, "(%010llu.%06llu) %s %03X#%s00", (unsigned long long)(time / 1000000),
+                          (unsigned long long)(time % 1000000), interface, id, high.count(tenth) ? "C8" : "14");
             lines.push_back({time, text});
         }
     return lines;
@@ -165,11 +166,11 @@ TEST_F(CutCommand, LevelTriggersExtendTheirWindowAndStandardInputIsCutAsAFile)
     EXPECT_EQ(readFile(fromFile + "/window-0001.log"), readFile(level + "/window-0001.log"));
 }
 
-// A BLF log is cut into BLF windows (read back here as candump lines), and
-// --as chooses the format.
+// A BLF log is cut into BLF windows (read back here as candump lines: BLF
+// keeps channel numbers, not names), and --as chooses the format.
 TEST_F(CutCommand, WindowsAreRecordingsOfTheKindRead)
 {
-    const std::vector<Line> lines = drive({50});
+    const std::vector<Line> lines = drive({50}, "can0");
     const std::string blf = testing::TempDir() + "rksignal_cut_" + std::to_string(getpid()) + ".blf";
     ASSERT_EQ(runTool("convert " + writeTestFile("cut-convert.log", joined(lines)) + " -o " + blf).status, 0);
     const std::string log = writeTestFile("cut-back.log", "");
