@@ -372,16 +372,12 @@ BlfReader::Result BlfReader::lin(const unsigned char* body, size_t size, uint64_
 // together again in wire order.
 BlfReader::Result BlfReader::ethernet(const unsigned char* body, size_t size, uint64_t timestamp)
 {
-    constexpr size_t fieldBytes = 32;
-    if (size < fieldBytes)
-        return bad("Ethernet frame shorter than its fields");
+    size_t length = 0;
+    const Result fields = ethernetFields(body, size, 6, timestamp, length);
+    if (fields != Message)
+        return fields;
     MIITraceMessage& frame = message_.ethernet;
-    if (!channelOf(le16(body + 6), frame.channel))
-        return bad("channel beyond 255");
     const uint16_t type = le16(body + 16), tpid = le16(body + 18), tci = le16(body + 20);
-    const size_t length = std::min<size_t>(le16(body + 22), size - fieldBytes);
-    message_.kind = RecordedMessage::Ethernet;
-    frame.timestamp = timestamp;
     frame.frame.assign(body + 8, body + 14);
     frame.frame.insert(frame.frame.end(), body, body + 6);
     const auto bigEndian = [&frame](uint16_t value) {
@@ -393,7 +389,7 @@ BlfReader::Result BlfReader::ethernet(const unsigned char* body, size_t size, ui
         bigEndian(tci);
     }
     bigEndian(type);
-    frame.frame.insert(frame.frame.end(), body + fieldBytes, body + fieldBytes + length);
+    frame.frame.insert(frame.frame.end(), body + ethernetFieldBytes, body + ethernetFieldBytes + length);
     return Message;
 }
 
@@ -401,16 +397,27 @@ BlfReader::Result BlfReader::ethernet(const unsigned char* body, size_t size, ui
 // checksum, direction, frame length, handle, reserved; then the whole frame.
 BlfReader::Result BlfReader::ethernetEx(const unsigned char* body, size_t size, uint64_t timestamp)
 {
-    constexpr size_t fieldBytes = 32;
-    if (size < fieldBytes)
+    size_t length = 0;
+    const Result fields = ethernetFields(body, size, 4, timestamp, length);
+    if (fields == Message)
+        message_.ethernet.frame.assign(body + ethernetFieldBytes, body + ethernetFieldBytes + length);
+    return fields;
+}
+
+// What both Ethernet objects share: 32 bytes of fields, the channel at
+// `channelAt`, the payload's length at byte 22 (cut to what the object
+// holds), then the payload.
+BlfReader::Result BlfReader::ethernetFields(const unsigned char* body, size_t size, size_t channelAt,
+                                            uint64_t timestamp, size_t& length)
+{
+    if (size < ethernetFieldBytes)
         return bad("Ethernet frame shorter than its fields");
     MIITraceMessage& frame = message_.ethernet;
-    if (!channelOf(le16(body + 4), frame.channel))
+    if (!channelOf(le16(body + channelAt), frame.channel))
         return bad("channel beyond 255");
-    const size_t length = std::min<size_t>(le16(body + 22), size - fieldBytes);
+    length = std::min<size_t>(le16(body + 22), size - ethernetFieldBytes);
     message_.kind = RecordedMessage::Ethernet;
     frame.timestamp = timestamp;
-    frame.frame.assign(body + fieldBytes, body + fieldBytes + length);
     return Message;
 }
 

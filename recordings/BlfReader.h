@@ -66,6 +66,9 @@ private:
     Result lin(const unsigned char* body, size_t size, uint64_t timestamp);
     Result ethernet(const unsigned char* body, size_t size, uint64_t timestamp);
     Result ethernetEx(const unsigned char* body, size_t size, uint64_t timestamp);
+    Result ethernetFields(const unsigned char* body, size_t size, size_t channelAt, uint64_t timestamp,
+                          size_t& length);
+    static constexpr size_t ethernetFieldBytes = 32;
     Result flexRay(const unsigned char* body, size_t size, uint64_t timestamp, size_t dataOffset);
     Result canFrame(uint16_t channel, uint32_t id, bool fd, const unsigned char* data, size_t length,
                     uint64_t timestamp);
